@@ -1,0 +1,188 @@
+// What the library asks of an operating system, in its own words. Each operation is declared once here and
+// implemented once for each system, in a folder beside this file; nothing above this floor includes a system
+// header.
+//
+//   Names     zero-terminated UTF-16 units. On POSIX they become UTF-8; U+DC80 to U+DCFF stand for the bytes
+//   80 to FF
+//             that are no UTF-8, any other lone surrogate is an illegal name.
+//   Handles   a void*, all bits set for none (<vfile/handle.h>).
+//   Errors    an operation that gives false or the invalid handle has stored its reason, see LastError().
+//   Threads   any, at once, but never two on one handle.
+#pragma once
+
+#include <vfile/handle.h>
+#include <vfile/types.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace vfile::platform {
+
+using Handle = void*;
+
+// ------------------------------------------------------------------------------------------------- errors
+// (errors.cpp)
+
+// The error numbers that the result codes know, each with the number that they are translated by. kOtherError
+// is one that the translation does not hold.
+enum Error : std::uint32_t {
+    kNoError = 0,
+    kFileNotFound = 2,
+    kPathNotFound = 3,
+    kTooManyOpenFiles = 4,
+    kAccessDenied = 5,
+    kInvalidHandle = 6,
+    kNotEnoughMemory = 8,
+    kWriteProtect = 19,
+    kDataError = 23,
+    kSharingViolation = 32,
+    kNotSupported = 50,
+    kNetworkBusy = 54,
+    kDeviceMissing = 55,
+    kFileExists = 80,
+    kInvalidParameter = 87,
+    kDiskFull = 112,
+    kNotImplemented = 120,
+    kInvalidName = 123,
+    kBadPathname = 161,
+    kNotADirectory = 267,
+    kOtherError = 0xFFFF,
+};
+
+// The reason why the calling thread's last failed operation failed. An operation that succeeds leaves it
+// alone.
+std::uint32_t LastError();
+void SetLastError(std::uint32_t error);
+
+// -------------------------------------------------------------------------------------------------- files
+// (files.cpp)
+
+enum class Access { kRead, kWrite, kReadWrite };
+enum class Disposition { kOpenExisting, kCreateNew, kCreateAlways, kOpenAlways };
+enum class Hint { kSequential, kRandom };
+
+inline constexpr std::uint32_t kShareNone = 0;
+inline constexpr std::uint32_t kShareRead = 1;  // the only bit of a share mode that means anything here
+
+struct OpenMode {
+    Access access;
+    std::uint32_t share;
+    Disposition disposition;
+    Hint hint;
+};
+
+// Opens a file, or gives the invalid handle. The lock is non-blocking and taken before anything is truncated:
+// shared for kRead with bit 0 of `share`, exclusive for all others; a refused one is kSharingViolation, a
+// file system without locks goes on unlocked. A directory is kAccessDenied. Only regular files are truncated.
+// A file that kCreateNew, kCreateAlways or kOpenAlways made and that could not be had after all is not left
+// behind. No child process inherits the handle.
+Handle OpenFile(TChar const* name, OpenMode const& mode);
+
+// Gives up the lock, then the handle, so that a copy of the handle in another process does not keep the lock.
+void CloseFile(Handle file);
+
+// The file's own position, its size, and what lies between the two. BytesAhead is false, with no error, where
+// the file has no size (a pipe, a device).
+bool GetPosition(Handle file, std::int64_t& position);
+bool SetPosition(Handle file, std::int64_t position);
+bool GetSize(Handle file, std::int64_t& size);
+bool BytesAhead(Handle file, std::int64_t& count);
+
+// Ends the file at its position; hands its bytes to the device.
+bool TruncateHere(Handle file);
+bool FlushFile(Handle file);
+
+// -------------------------------------------------------------------------------------------- transfer
+// (transfer.cpp)
+
+// At the file's own position. Read: got < len is the end of this transfer (0: the end of the file), and one
+// call is one call of the system's. Write: continued until all is written or the system fails; false with
+// `put` what went out before. Interrupted calls are repeated. At most kMaxTransfer bytes are asked of the
+// system at once.
+inline constexpr std::size_t kMaxTransfer = std::size_t{1} << 30;
+bool Read(Handle file, void* dst, std::size_t len, std::size_t& got);
+bool Write(Handle file, void const* src, std::size_t len, std::size_t& put);
+
+// At byte offset `at`, the file's own position untouched. got < len only at the end of the file.
+bool ReadAt(Handle file, std::int64_t at, void* dst, std::size_t len, std::size_t& got);
+
+// Writes the pieces one behind the other from `at` on, in one call of the system's as far as it takes them.
+// False: the bytes that went out before the failure stand in `put`.
+struct Piece {
+    void const* data;
+    std::size_t len;
+};
+bool WriteAt(Handle file, std::int64_t at, std::span<Piece const> pieces, std::size_t& put);
+
+// ---------------------------------------------------------------------------------------------- swap file
+// (swap.cpp)
+
+// Makes a file that nobody else can reach and that is gone with its handle or its process. A name that is
+// taken fails and is never opened.
+Handle CreateSwapFile(TChar const* name);
+
+// ---------------------------------------------------------------------------------- environment
+// (environment.cpp)
+
+inline constexpr TChar kSeparator =
+#ifdef _WIN32
+    u'\\';
+#else
+    u'/';
+#endif
+
+// The environment variables that may name the temporary directory, in the order of asking, and the directory
+// that is taken untested when none does.
+std::span<char const* const> TempDirVariables();
+TChar const* LastResortTempDir();
+
+// Copies the value of `variable` to `buf` of `size` units. False, and `buf` untouched, when it is absent,
+// empty, no legal name, or does not fit with its terminator.
+bool ReadEnvironment(char const* variable, TChar* buf, std::uint32_t size);
+
+// Whether `name` is a directory that the effective user may read and write. Stores no error.
+bool IsUsableDirectory(TChar const* name);
+
+// ------------------------------------------------------------------------------------------- threads
+// (threads.cpp)
+
+// Nonzero, and stable for the thread's life. Costs one thread-local read.
+std::uint32_t CurrentThreadId();
+
+// One word per thread under a process-wide key, null at first; -1 is no key. `atThreadEnd` runs on a thread
+// that ends with a word that is not null, after the thread's thread_local objects are gone and while the word
+// can still be read; it must leave the word null. A key that has been freed calls nothing any more.
+std::int32_t AllocThreadKey(void (*atThreadEnd)());
+bool FreeThreadKey(std::int32_t key);
+void* GetThreadWord(std::int32_t key);
+bool SetThreadWord(std::int32_t key, void* word);
+
+// True at a thread's first call in its life, and once more for the one thread of a forked child.
+bool FirstCallOfThread();
+
+// How often this process came about by fork, since the library was loaded: an object made under another count
+// belongs to the parent. `inChild` runs in the child's one thread before fork returns there; null takes it
+// back.
+std::uint32_t ForkCount();
+void SetForkHandler(void (*inChild)());
+
+// ---------------------------------------------------------------------------------------------- clock
+// (clock.cpp)
+
+struct LocalTime {
+    std::uint16_t year, month, day, hour, minute, second, millisecond;
+};
+void ReadLocalTime(LocalTime& time);
+bool WriteLocalTime(LocalTime const& time);
+
+// Milliseconds of a clock that runs evenly, from any start.
+std::uint32_t TickCount();
+
+// ------------------------------------------------------------------------------ last words
+// (halt_display.cpp)
+
+// Shows title and message to the user and ends the process abnormally. Allocates nothing.
+[[noreturn]] void ShowAndAbort(TChar const* title, TChar const* message);
+
+}  // namespace vfile::platform

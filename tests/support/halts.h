@@ -1,0 +1,45 @@
+// Turns a halt into an exception for the length of a scope, so that a test can see its message and go on.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <vfile/halt.h>
+
+#include <string>
+
+namespace vfile::test {
+
+struct HaltCaught {
+    TString message;
+};
+
+class CatchHalts {
+public:
+    CatchHalts() {
+        InstallHaltProc([](TChar const* message) { throw HaltCaught{message}; });
+    }
+    ~CatchHalts() { DeinstallHaltProc(); }
+    CatchHalts(CatchHalts const&) = delete;
+    CatchHalts& operator=(CatchHalts const&) = delete;
+};
+
+// The message of the halt that `action` runs into, empty when it does not.
+template <class Action>
+std::string HaltOf(Action action) {
+    CatchHalts catching;
+    try {
+        action();
+    } catch (HaltCaught const& halt) {
+        return std::string(halt.message.begin(), halt.message.end());  // the library's own messages are ASCII
+    }
+    return {};
+}
+
+}  // namespace vfile::test
+
+// An assertion stop says its line, which a test does not pin down.
+#define EXPECT_ASSERTION_STOP(module, action)                                              \
+    do {                                                                                   \
+        std::string const haltText = ::vfile::test::HaltOf([&] { action; });               \
+        EXPECT_EQ(haltText.rfind(module ", line ", 0), 0u) << "halted with: " << haltText; \
+        EXPECT_NE(haltText.find(":\nAssertion failure"), std::string::npos) << haltText;   \
+    } while (false)
