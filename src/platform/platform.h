@@ -21,8 +21,7 @@ namespace vfile::platform {
 
 using Handle = void*;
 
-// ------------------------------------------------------------------------------------------------- errors
-// (errors.cpp)
+// Errors: errors.cpp
 
 // The error numbers that the result codes know, each with the number that they are translated by. kOtherError
 // is one that the translation does not hold.
@@ -55,8 +54,7 @@ enum Error : std::uint32_t {
 std::uint32_t LastError();
 void SetLastError(std::uint32_t error);
 
-// -------------------------------------------------------------------------------------------------- files
-// (files.cpp)
+// Files: files.cpp
 
 enum class Access { kRead, kWrite, kReadWrite };
 enum class Disposition { kOpenExisting, kCreateNew, kCreateAlways, kOpenAlways };
@@ -93,8 +91,7 @@ bool BytesAhead(Handle file, std::int64_t& count);
 bool TruncateHere(Handle file);
 bool FlushFile(Handle file);
 
-// -------------------------------------------------------------------------------------------- transfer
-// (transfer.cpp)
+// Transfer: transfer.cpp
 
 // At the file's own position. Read: got < len is the end of this transfer (0: the end of the file), and one
 // call is one call of the system's. Write: continued until all is written or the system fails; false with
@@ -115,15 +112,13 @@ struct Piece {
 };
 bool WriteAt(Handle file, std::int64_t at, std::span<Piece const> pieces, std::size_t& put);
 
-// ---------------------------------------------------------------------------------------------- swap file
-// (swap.cpp)
+// Swap file: swap.cpp
 
 // Makes a file that nobody else can reach and that is gone with its handle or its process. A name that is
 // taken fails and is never opened.
 Handle CreateSwapFile(TChar const* name);
 
-// ---------------------------------------------------------------------------------- environment
-// (environment.cpp)
+// Environment: environment.cpp
 
 inline constexpr TChar kSeparator =
 #ifdef _WIN32
@@ -144,8 +139,7 @@ bool ReadEnvironment(char const* variable, TChar* buf, std::uint32_t size);
 // Whether `name` is a directory that the effective user may read and write. Stores no error.
 bool IsUsableDirectory(TChar const* name);
 
-// ------------------------------------------------------------------------------------------- threads
-// (threads.cpp)
+// Threads: threads.cpp
 
 // Nonzero, and stable for the thread's life. Costs one thread-local read.
 std::uint32_t CurrentThreadId();
@@ -167,8 +161,7 @@ bool FirstCallOfThread();
 std::uint32_t ForkCount();
 void SetForkHandler(void (*inChild)());
 
-// ---------------------------------------------------------------------------------------------- clock
-// (clock.cpp)
+// Clock: clock.cpp
 
 struct LocalTime {
     std::uint16_t year, month, day, hour, minute, second, millisecond;
@@ -179,8 +172,7 @@ bool WriteLocalTime(LocalTime const& time);
 // Milliseconds of a clock that runs evenly, from any start.
 std::uint32_t TickCount();
 
-// ------------------------------------------------------------------------------ last words
-// (halt_display.cpp)
+// Last words: halt_display.cpp
 
 // Shows title and message to the user and ends the process abnormally. Allocates nothing.
 [[noreturn]] void ShowAndAbort(TChar const* title, TChar const* message);
