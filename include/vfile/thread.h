@@ -1,0 +1,32 @@
+/// What the library keeps for each thread, and when.
+///
+/// A thread works with virtual files through a state of its own: the count of its files, the memory they
+/// share, and two settings (temporary directory, cache limit). The state comes into being by itself at the
+/// thread's first use of the library, also when the thread ran before the library was loaded, and goes when
+/// the thread ends; the thread that exits the process or unloads the library has its state ended there. No
+/// call is needed.
+///
+/// All virtual files of a thread must be destroyed on it before its state ends: else an assertion stop of
+/// module "VFile". Files with thread-local storage are gone by then, and so are static files at the end of
+/// the process.
+///
+/// In a child made by `fork` the one thread starts without state and gets its own at its first use.
+#pragma once
+
+#include <vfile/export.h>
+
+namespace vfile {
+
+/// Gives the calling thread its state with the default settings; one that has its state keeps it as it is.
+/// False for want of memory. Needed only after VFile_UninitializeThread.
+VFILE_EXPORT bool VFile_InitializeThread();
+
+/// Ends the calling thread's state, settings included; true in any case. Nothing happens to a thread without
+/// state. From here on the thread cannot make a virtual file (an assertion stop) until it calls
+/// VFile_InitializeThread. Stops when a virtual file of the thread still lives.
+VFILE_EXPORT bool VFile_UninitializeThread();
+
+/// Whether the calling thread has its state.
+VFILE_EXPORT bool VFile_IsThreadInitialized();
+
+}  // namespace vfile
