@@ -1,0 +1,244 @@
+/// One real file of the host: its handle, a stored result code, and typed reads and writes at its position.
+///
+///   Owns      its handle, however it came by it; closes it with itself. Cannot be copied.
+///   Threads   any, one at a time; nothing is checked and nothing locked.
+///   Units     positions and lengths in bytes; a file of 2 GiB and more reads as `MaxLen` in Length and
+///   GetPos
+///             and is reached, by position, as far as that. Whole numbers stand in files low byte first.
+///   Buffers   none: a read or a write is one call of the system's (one for each GiB).
+///   `res`     the code of the last failure. While it is set, every transfer does nothing at all, so that a
+///             row of them can be judged once at the end. Open, Create and their kin, Close, SetPos, Reset,
+///             Truncate and Flush set it either way: one that succeeds clears an earlier failure.
+///   `eof`     whether the last ReadBytes that came to a call got fewer bytes than it asked for: at the end
+///   of a
+///             file, and on a pipe whenever less is waiting. The end of a file is no failure.
+///   Closed    a transfer on a closed object ends in `ResCallError`, as do Close, SetPos, Truncate and Flush.
+#pragma once
+
+#include <vfile/handle.h>
+#include <vfile/result.h>
+
+#include <cstddef>
+
+namespace vfile {
+
+class VFILE_EXPORT HFile {
+public:
+    FileRes res = ResDone;    ///< the last failure, ResDone when there was none; see above
+    bool eof = false;         ///< the last read fell short
+    std::int32_t radix = 10;  ///< number base of `<<`, 2 to 36
+
+    /// A closed object.
+    HFile() = default;
+
+    /// Adopts an open handle, unchecked; the invalid handle gives a closed object. Takes exactly a `void*`.
+    template <RawHandle H>
+    explicit HFile(H adopted) : handle(adopted) {}
+
+    HFile(HFile const&) = delete;
+    HFile& operator=(HFile const&) = delete;
+
+    /// Closes the file if it is open.
+    virtual ~HFile();
+
+    bool IsOpen() const { return handle != InvalidHandle(); }
+
+    /// `ResCallError` when nothing is open. Else closed and `ResDone`, whatever the system says to it. `eof`
+    /// stays.
+    void Close();
+
+    // Opening. True: open, at position 0, `res` ResDone. False: the code is in `res`. An object that is open
+    // already keeps its file (`ResCallError`). A stored failure is no obstacle; `eof` stays. A second opener
+    // of a file that is held is refused with `ResNoPermission`, unless both only read by OpenSeqRead.
+
+    /// An existing file, for reading from front to back. Lets other readers in, and nobody else.
+    bool OpenSeqRead(TChar const* name);
+
+    /// A new file for writing from front to back, held alone. An existing one is emptied when `overwrite` is
+    /// set, else it is `ResAlreadyExists` and untouched.
+    bool CreateSeqWrite(TChar const* name, bool overwrite);
+
+    /// An existing file for reading and writing, held alone.
+    bool Open(TChar const* name);
+
+    /// CreateSeqWrite for reading and writing at any position.
+    bool Create(TChar const* name, bool overwrite);
+
+    /// Open; with `create` a file that is missing is made first. An existing one keeps its bytes.
+    bool Lookup(TChar const* name, bool create);
+
+    // Bytes.
+
+    /// Reads up to `count` bytes to `buf`; gives how many came. `eof` tells whether they were fewer. 0 when
+    /// `res` is set or `count` is 0, both leaving `eof` alone. `ResCallError`: `count` negative, or `buf`
+    /// null. On a failure `eof` is false.
+    std::int32_t ReadBytes(void* buf, std::int32_t count);
+
+    /// Writes `count` bytes of `buf`. Nothing when `res` is set or `count` is 0. `ResCallError`: `count`
+    /// negative, or `buf` null. `ResDiskFull`: not all of them went out. `eof` stays.
+    void WriteBytes(void const* buf, std::int32_t count);
+
+    // Fixed sizes: ReadBytes into the variable, WriteBytes from it. A read that falls short fills the first
+    // bytes of the variable and sets `eof`. Every integer type of the width is taken, under whatever name;
+    // `bool`, wide characters and enumerations are refused when compiling.
+
+    void ReadByte(unsigned char& c) { ReadBytes(&c, 1); }
+    void WriteByte(unsigned char c) { WriteBytes(&c, 1); }
+    template <class T>
+    requires(!ByteChar<T> && !WholeNumber<T, sizeof(T)>) void WriteByte(T) = delete;
+
+    template <ByteChar C>
+    void ReadChar(C& c) {
+        ReadBytes(&c, 1);
+    }
+    template <ByteChar C>
+    void WriteChar(C c) {
+        WriteBytes(&c, 1);
+    }
+    template <WholeNumber<2> T>
+    void ReadWord(T& value) {
+        ReadNumber(&value, 2);
+    }
+    template <WholeNumber<2> T>
+    void WriteWord(T value) {
+        WriteNumber(&value, 2);
+    }
+    template <WholeNumber<4> T>
+    void ReadDWord(T& value) {
+        ReadNumber(&value, 4);
+    }
+    template <WholeNumber<4> T>
+    void WriteDWord(T value) {
+        WriteNumber(&value, 4);
+    }
+    template <WholeNumber<8> T>
+    void ReadQWord(T& value) {
+        ReadNumber(&value, 8);
+    }
+    template <WholeNumber<8> T>
+    void WriteQWord(T value) {
+        WriteNumber(&value, 8);
+    }
+
+    /// `c`, `count` times; nothing when `count` is below 1.
+    template <ByteChar C>
+    void Write(C c, std::int32_t count) {
+        WriteRun(static_cast<unsigned char>(c), count);
+    }
+
+    /// A zero-terminated text without its terminator. Stops: `text` null.
+    void Write(char const* text);
+    void Write(std::nullptr_t) = delete;
+
+    /// The two bytes 0x0D 0x0A, whatever the platform.
+    void WriteLn();
+
+    // Streams: bytes and texts as above, numbers as text.
+
+    template <ByteChar C>
+    HFile& operator>>(C& c) {
+        ReadBytes(&c, 1);
+        return *this;
+    }
+    template <ByteChar C>
+    HFile& operator<<(C c) {
+        WriteBytes(&c, 1);
+        return *this;
+    }
+    HFile& operator<<(char const* text) {
+        Write(text);
+        return *this;
+    }
+    HFile& operator<<(std::nullptr_t) = delete;
+
+    /// The digits of `value` to the base `radix`, lower-case letters above 9, and nothing around them. A
+    /// negative number has a minus sign in base 10; in any other base it shows as two's complement, of 8
+    /// bytes for an operand of 8, else of 4 (-1 of any type but the longest is "ffffffff" in base 16). Stops:
+    /// `radix` outside 2 to 36.
+    template <WholeNumber<2> T>
+    HFile& operator<<(T value) {
+        return *this << std::int32_t{value};
+    }
+    template <WholeNumber<4> T>
+    HFile& operator<<(T value) {
+        if constexpr (std::is_signed_v<T>)
+            return PutNumber(static_cast<std::int32_t>(value));
+        else
+            return PutNumber(static_cast<std::uint32_t>(value));
+    }
+    template <WholeNumber<8> T>
+    HFile& operator<<(T value) {
+        if constexpr (std::is_signed_v<T>)
+            return PutNumber(static_cast<std::int64_t>(value));
+        else
+            return PutNumber(static_cast<std::uint64_t>(value));
+    }
+
+    // Position and size.
+
+    /// The position, at most `MaxLen`. 0 when closed and where the system knows none, as for a pipe. `res`
+    /// stays.
+    std::int32_t GetPos() const;
+
+    /// The size, at most `MaxLen`. 0 when closed and where the system knows none. `res` stays.
+    std::int32_t Length() const;
+
+    /// Goes to `pos`, or to the end when that comes first: no file grows by it. `ResCallError` when `pos` is
+    /// negative. `eof` becomes false in every case.
+    void SetPos(std::int32_t pos);
+
+    /// SetPos of `offset` counted from the start (`origin` 0), from GetPos() (1) or from Length() (2), summed
+    /// without wrapping round; another `origin` is `ResCallError`. `eof` becomes false in every case.
+    void SetPos(std::int32_t offset, std::int32_t origin);
+
+    /// SetPos(0).
+    void Reset() { SetPos(0); }
+
+    /// Ends the file at its position.
+    void Truncate();
+
+    /// Hands what was written to the device.
+    void Flush();
+
+    // Texts.
+
+    /// Reads a stretch as a zero-terminated text: of the `len` bytes at `pos`, as far as the file has them,
+    /// the first `size` - 1. Gives how many came and leaves the position behind them. Nothing, `buf`
+    /// included, when `res` is set. `ResCallError`, `buf` untouched: `buf` null, `size` below 1, `pos` or
+    /// `len` negative.
+    std::int32_t ReadTxt(char* buf, std::int32_t size, std::int32_t pos, std::int32_t len);
+
+    /// Reads a line as a zero-terminated text, up to the next LF, CR or CR LF, which is used up and not
+    /// delivered, or to the end of the file, which sets `eof`. Gives how many bytes came; of a line longer
+    /// than `size` - 1 the rest is used up too. Behind a CR the next byte is looked at and the position set
+    /// back if need be; where that is impossible, as in a pipe, that byte is lost and `res` says so. Nothing,
+    /// `buf` included, when `res` is set. `ResCallError`, `buf` untouched: `buf` null or `size` below 1.
+    std::int32_t ReadLine(char* buf, std::int32_t size);
+
+    /// Fills `msg` like GetTextResMsg, with "heap overflow" for `ResHeapOverflow`.
+    /// Stops: `msg` null or `size` 0.
+    static void GetResMsg(TChar* msg, std::uint32_t size, FileRes res);
+
+private:
+    friend class VFile;
+    struct OpenForm;
+
+    static FileRes GetFileRes();
+
+    bool OpenAs(TChar const* name, OpenForm const& form);
+    void Store(bool done);
+    bool ReadPieces(unsigned char* dst, std::size_t len, std::size_t& got);
+    void GoTo(std::int64_t pos);
+    void EndLineAfterCr();
+    void WriteRun(unsigned char c, std::int32_t count);
+    void ReadNumber(void* value, std::int32_t width);
+    void WriteNumber(void const* value, std::int32_t width);
+    HFile& PutNumber(std::int32_t value);
+    HFile& PutNumber(std::uint32_t value);
+    HFile& PutNumber(std::int64_t value);
+    HFile& PutNumber(std::uint64_t value);
+
+    void* handle = InvalidHandle();
+};
+
+}  // namespace vfile
