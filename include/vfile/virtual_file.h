@@ -20,6 +20,7 @@
 
 #include <vfile/export.h>
 #include <vfile/handle.h>
+#include <vfile/result.h>
 #include <vfile/types.h>
 
 #include <concepts>
@@ -48,7 +49,7 @@ concept NotAHandle = !RawHandle<T> && !std::convertible_to<T*, HFile*>;
 class VFILE_EXPORT VFile {
 public:
     /// Result code of the last operation that stores one, ResDone (0) when all is well.
-    std::int32_t res = 0;
+    FileRes res = ResDone;
     /// The last read wanted more than there was before it met the end (backward: the start) of the file.
     bool eof = false;
     /// Number base of the formatted output of whole numbers.
@@ -113,12 +114,6 @@ public:
     void ReplaceFile(std::int32_t, std::int32_t, T const&, std::int32_t) = delete;
 
     virtual VFile& operator=(VFile const& src);
-    virtual VFile& operator=(char const* s);
-    virtual VFile& operator=(char ch);
-    virtual VFile& operator=(signed char ch);
-    virtual VFile& operator=(unsigned char ch);
-    virtual VFile& operator=(char8_t ch);
-    VFile& operator=(std::nullptr_t) = delete;
 
     virtual void CheckInvariants() const;
     virtual void Show(char const* text) const;
@@ -222,9 +217,76 @@ protected:
 
 private:
     friend struct VFileInspector;
+    class HostEnd;
+    class PrivateChain;
+    struct BytesAt;
+    struct BytesOf;
+    struct Change;
+    struct Cut;
+
+    void Init();
+    bool OnOwnThread() const;
+
+    // Block records.
+    BlkDesc* NewBlkPtr(BlkDesc* prev, BlkDesc* next, std::int16_t len);
+    void DisposeBlkPtr(BlkDesc*& p);
+    void DisposeBlkPtrList(BlkDesc*& head, BlkDesc* tail);
+    bool AllocBuf(std::int32_t& addr);
+
+    // The only operations that link or unlink a block of the file.
+    void LinkBehind(BlkDesc* block, BlkDesc* head, BlkDesc* tail);
+    void Unlink(BlkDesc* head, BlkDesc* tail);
+
+    // The only operations that move the cursor to another place or block.
+    void MoveTo(BlkRdr const& place);
+    bool MoveToNextBlock();
+    bool MoveToPrevBlock();
+    void LeaveBlock();
+    bool LoadBlock();
+
+    // Reads by a place of the caller's own, that leave cursor, buffer and flags alone.
+    void SetPosC(BlkRdr& rd, std::int32_t position) const;
+    void ReadByteC(BlkRdr& rd, unsigned char& b) const;
+    void ReadBytesC(BlkRdr& rd, void* dst, std::int32_t count) const;
+    void CopyOutC(BlkRdr const& rd, void* dst, std::int16_t count) const;
+
+    // The stages of a change, in their order.
+    bool MayChange(bool argumentsGood);
+    bool Clip(Change& change);
+    bool Position(Change& change);
+    void InitChange(std::int32_t position);
+    void CheckEOL(void const* data, std::int32_t len);
+    template <class Source>
+    bool Apply(Change const& change, Source source);
+    bool FitsCurrentBlock(Change const& change) const;
+    bool Ask(Change const& change);
+    void EditInBuffer(Change const& change, void const* bytes);
+    bool DoChange(Change const& change, void const* piece, std::int32_t pieceLen, PrivateChain& chain);
+    bool SaveTail(std::int32_t delLen, PrivateChain& chain);
+    Cut FindCut(std::int32_t delLen, PrivateChain& chain);
+    void CheckCurLen();
+    void Publish(Change const& change);
+    void CheckTouched() const;
+
+    // Transfer.
+    std::int32_t OverwriteLen() const { return FlagOn(InsertMode) ? 0 : SameLen; }
+    void TakeFrom(HostEnd& source, std::int32_t start, std::int32_t delLen, std::int32_t count);
+    FileRes ReadIn(HostEnd& source, std::int32_t count, PrivateChain& chain, std::int32_t& got);
+    void GiveTo(HostEnd& target, std::int32_t count);
 
     std::int32_t pos = 0;
     std::int32_t length = 0;
+    VMem* mem = nullptr;
+    BlkPool* pool = nullptr;
+    BlkDesc* first = nullptr;
+    BlkDesc* last = nullptr;
+    BlkRdr cur;
+    unsigned char* buf = nullptr;  // of BlkSize bytes, made on first need
+    bool bufValid = false;         // buf holds the bytes of cur.ptr
+    bool bufDirty = false;         // and is newer than its page
+    std::uint32_t owner = 0;       // thread
+    std::uint32_t birth = 0;       // fork count of the process that made it
+    std::uint32_t changes = 0;     // applied so far; wraps
 };
 
 }  // namespace vfile

@@ -1,0 +1,134 @@
+// The changes whose new bytes are at hand: ReplaceBuf, ReplaceCh and ReplaceTxt.
+#include "vfile/change.h"
+
+#include <vfile/halt.h>
+#include <vfile/vmem.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "vfile/block.h"
+#include "vfile/private_chain.h"
+
+namespace vfile {
+
+namespace {
+
+using Block = unsigned char[BlkSize];
+
+}  // namespace
+
+// Bytes of the caller's. They are used where they lie.
+struct VFile::BytesAt {
+    unsigned char const* next;
+
+    void const* Take(std::int32_t len, unsigned char*) {
+        void const* const taken = next;
+        next += len;
+        return taken;
+    }
+    bool TakeRest(std::int32_t len, PrivateChain& chain) { return chain.Append(next, len); }
+};
+
+// Bytes of a virtual file, which may be the one that is being changed: they are read through its const
+// readers, all before the first byte of the file moves.
+struct VFile::BytesOf {
+    VFile const& src;
+    BlkRdr rd;
+
+    BytesOf(VFile const& file, std::int32_t start) : src(file) { src.SetPosC(rd, start); }
+
+    void const* Take(std::int32_t len, unsigned char* room) {
+        src.ReadBytesC(rd, room, len);
+        return room;
+    }
+    bool TakeRest(std::int32_t len, PrivateChain& chain) {
+        Block room;
+        while (len > 0) {
+            std::int32_t const n = std::min(len, BlkSize);
+            if (!chain.Append(Take(n, room), n)) return false;
+            len -= n;
+        }
+        return true;
+    }
+};
+
+//   [aaaaXX]=[XXXXXX]=[XXbbbb]      X: the range that goes, cursor at its start
+//   [aaaan1]=[n2]=[n3bbbb]          n1 fills the current block, n2 n3 are the private chain
+//
+// Prepare, ask, apply. False: refused, vetoed, or no memory.
+template <class Source>
+bool VFile::Apply(Change const& change, Source source) {
+    Block room;
+    if (FitsCurrentBlock(change)) {
+        void const* const bytes = source.Take(change.insLen, room);
+        if (!Ask(change)) return false;
+        EditInBuffer(change, bytes);
+        return true;
+    }
+    PrivateChain chain(*this);
+    std::int32_t const n = std::min(change.insLen, BlkSize - cur.ix);
+    void const* const piece = source.Take(n, room);
+    if (!source.TakeRest(change.insLen - n, chain)) {
+        res = ResHeapOverflow;
+        return false;
+    }
+    return Ask(change) && DoChange(change, piece, n, chain);
+}
+
+void VFile::ReplaceBuf(std::int32_t start, std::int32_t delLen, void const* data, std::int32_t dataLen) {
+    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
+    if (res != ResDone) return;
+    if (delLen == SameLen) delLen = dataLen;
+    if (!MayChange(start >= 0 && delLen >= 0 && dataLen >= 0 && (data || dataLen == 0))) return;
+    Change change{u"ReplaceBuf", start, delLen, dataLen};
+    if (!Position(change)) return;
+    CheckEOL(data, dataLen);
+    if (Apply(change, BytesAt{static_cast<unsigned char const*>(data)})) Publish(change);
+}
+
+void VFile::ReplaceTxt(std::int32_t start, std::int32_t delLen, VFile const& src, std::int32_t srcStart,
+                       std::int32_t srcLen) {
+    if (!OnOwnThread() || src.owner != owner || src.birth != birth) return HaltA(kModule, __LINE__);
+    if (res != ResDone) return;
+    bool const sameLen = delLen == SameLen;
+    if (!MayChange(start >= 0 && (sameLen || delLen >= 0) && srcStart >= 0 && srcLen >= 0)) return;
+    srcStart = std::min(srcStart, src.length);
+    srcLen = std::min(srcLen, src.length - srcStart);
+    Change change{u"ReplaceTxt", start, sameLen ? srcLen : delLen, srcLen};
+    if (!Position(change)) return;
+    if (Apply(change, BytesOf(src, srcStart))) Publish(change);
+}
+
+// Copies go in by batches, each a change of its own with its own hooks. The first one removes the whole
+// range.
+void VFile::ReplaceCh(std::int32_t start, std::int32_t delLen, char ch, std::int32_t count) {
+    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
+    if (count <= 1) return ReplaceBuf(start, delLen, &ch, count);
+    if (delLen == SameLen) delLen = count;
+    Block batch;
+    std::memset(batch, ch, static_cast<std::size_t>(std::min(count, BlkSize)));
+    while (count > 0) {
+        std::int32_t const n = std::min(count, BlkSize);
+        ReplaceBuf(start, delLen, batch, n);
+        if (res != ResDone) return;
+        delLen = 0;
+        start = start > MaxLen - n ? MaxLen : start + n;
+        count -= n;
+    }
+}
+
+// The line-end watch. What it sees stays seen, also when the change is vetoed afterwards.
+void VFile::CheckEOL(void const* data, std::int32_t len) {
+    if (type <= 0 || len <= 0 || !FlagOn(EolWatchOn) || FlagOn(EolWatchOff)) return;
+    auto const n = static_cast<std::size_t>(len);
+    if (std::memchr(data, '\r', n) || std::memchr(data, '\n', n)) flags |= EolSeen;
+}
+
+std::int32_t VFile::PreChange(std::int32_t, std::int32_t, std::int32_t) const { return ResDone; }
+
+void VFile::PostChange(std::int32_t, std::int32_t, std::int32_t) {
+    if (FlagOn(TrackModified)) ToggleFlag(~flags & Modified);
+}
+
+}  // namespace vfile

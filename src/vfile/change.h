@@ -1,0 +1,39 @@
+// A replacement on its way through the stages that all changes share:
+//
+//   check      thread, stored result, arguments, Locked, ReadOnly    nothing moved
+//   clip       to the file; the length limit                         nothing moved
+//   position   the cursor at the start, its block in the buffer      bytes untouched
+//   prepare    the private chain, where the block path is taken      bytes untouched
+//   ask        PreChange                                             bytes untouched
+//   apply      moves in the buffer, or a relinking                   cannot fail
+//   publish    PostChange, then the cursor behind the new bytes
+//
+// Everything that can fail, stops of the memory included, comes before the first touch of the file.
+#pragma once
+
+#include <vfile/result.h>
+#include <vfile/virtual_file.h>
+
+#include "vfile/block.h"
+
+namespace vfile {
+
+struct VFile::Change {
+    TChar const* operation;  // named in the stop of a hook that breaks its contract
+    std::int32_t start;
+    std::int32_t delLen;
+    std::int32_t insLen;
+};
+
+// The blocks behind the current one that a change takes out of the file; none when both are null.
+struct VFile::Cut {
+    BlkDesc* head = nullptr;
+    BlkDesc* tail = nullptr;
+
+    void Take(BlkDesc* next) {
+        if (!head) head = next;
+        tail = next;
+    }
+};
+
+}  // namespace vfile

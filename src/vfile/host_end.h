@@ -1,0 +1,41 @@
+// The host's end of a transfer: an HFile, or a bare handle. It is borrowed and not closed.
+#pragma once
+
+#include <vfile/host_file.h>
+#include <vfile/result.h>
+#include <vfile/virtual_file.h>
+
+#include "platform/platform.h"
+
+namespace vfile {
+
+class VFile::HostEnd {
+public:
+    explicit HostEnd(HFile& hostFile) : file(&hostFile), handle(hostFile.handle) {}
+    explicit HostEnd(void* hostHandle) : handle(hostHandle) {}
+
+    bool IsOpen() const { return handle != InvalidHandle(); }
+
+    // Whether more than MaxLen bytes lie ahead, as far as a size tells. An HFile with a stored failure will
+    // not be read at all.
+    bool HoldsTooMuch() const;
+
+    // Up to `len` bytes; got 0 is the end. False: Code() tells why.
+    bool Read(void* dst, std::int32_t len, std::int32_t& got);
+
+    // All `len` bytes. False: Code() tells why, and `put` how many went out before, 0 where that cannot be
+    // known.
+    bool Write(void const* src, std::int32_t len, std::int32_t& put);
+
+    FileRes Code() const { return code; }
+
+private:
+    bool WriteByHandle(void const* src, std::int32_t len, std::int32_t& put);
+    bool WriteByFile(void const* src, std::int32_t len, std::int32_t& put);
+
+    HFile* file = nullptr;
+    platform::Handle handle;
+    FileRes code = ResDone;
+};
+
+}  // namespace vfile

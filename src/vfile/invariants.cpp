@@ -1,0 +1,101 @@
+#include "vfile/invariants.h"
+
+#include <vfile/vmem.h>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "vfile/block.h"
+
+namespace vfile {
+
+namespace {
+constexpr int kShortChain = 64;
+
+bool IsShort(BlkDesc const* block) {
+    int count = 0;
+    while (block && count <= kShortChain) {
+        block = block->next;
+        ++count;
+    }
+    return count <= kShortChain;
+}
+}  // namespace
+
+char const* VFileInspector::BrokenBlock(VFile const& file, BlkDesc const& block) {
+    if (block.prev ? block.prev->next != &block : file.first != &block) return "1: links disagree";
+    if (block.next ? block.next->prev != &block : file.last != &block) return "1: links disagree";
+    if (block.len < 0 || block.len > BlkSize) return "2: block length out of range";
+    if (block.len == 0 && (file.length > 0 || block.prev || block.next)) return "2: empty block";
+    if (block.len > 0 && (block.addr < 0 || block.addr % BlkSize != 0)) return "5: no page";
+    return nullptr;
+}
+
+char const* VFileInspector::BrokenCursor(VFile const& file) {
+    BlkRdr const& cur = file.cur;
+    if (!cur.ptr) return "4: cursor without a block";
+    if (cur.ix < 0 || cur.ix > cur.ptr->len) return "4: cursor outside its block";
+    if (cur.start < 0 || file.pos != cur.start + cur.ix || file.pos > file.length)
+        return "4: position disagrees";
+    if (!cur.ptr->prev && cur.start != 0) return "4: start of the first block";
+    if (!cur.ptr->next && cur.start != file.length - cur.ptr->len) return "4: start of the last block";
+    if (file.bufDirty && !file.bufValid) return "6: dirty buffer is not valid";
+    if (file.bufValid && !file.buf) return "6: valid buffer does not exist";
+    return nullptr;
+}
+
+char const* VFileInspector::BrokenChain(VFile const& file) {
+    std::int64_t sum = 0;  // wider than the length: the sum itself must not wrap
+    std::int64_t cursorStart = -1;
+    for (BlkDesc const* block = file.first; block; block = block->next) {
+        if (char const* const broken = BrokenBlock(file, *block)) return broken;
+        if (block == file.cur.ptr) cursorStart = sum;
+        sum += block->len;
+    }
+    if (sum != file.length) return "3: lengths do not add up";
+    return cursorStart == file.cur.start ? nullptr : "4: start of the current block";
+}
+
+char const* VFileInspector::BrokenPages(VFile const& file) {
+    std::vector<std::int32_t> pages;
+    for (BlkDesc const* block = file.first; block; block = block->next) {
+        if (block->addr != kNoAddr) pages.push_back(block->addr);
+    }
+    std::sort(pages.begin(), pages.end());
+    bool const shared = std::adjacent_find(pages.begin(), pages.end()) != pages.end();
+    return shared ? "5: two blocks on one page" : nullptr;
+}
+
+char const* VFileInspector::BrokenBuffer(VFile const& file) {
+    if (!file.bufValid || file.bufDirty) return nullptr;
+    unsigned char page[BlkSize];
+    BlkDesc const& block = *file.cur.ptr;
+    file.mem->Get(block.addr, page, block.len);
+    bool const same = std::memcmp(page, file.buf, static_cast<std::size_t>(block.len)) == 0;
+    return same ? nullptr : "6: buffer and page disagree";
+}
+
+char const* BrokenRule(VFile const& file) {
+    using Check = char const* (*)(VFile const&);
+    constexpr Check kChecks[] = {VFileInspector::BrokenCursor, VFileInspector::BrokenChain,
+                                 VFileInspector::BrokenPages, VFileInspector::BrokenBuffer};
+    if (!VFileInspector::First(file) || !VFileInspector::Last(file)) return "1: no block";
+    for (Check const check : kChecks) {
+        if (char const* const broken = check(file)) return broken;
+    }
+    return nullptr;
+}
+
+char const* BrokenRuleAtCursor(VFile const& file) {
+    if (char const* const broken = VFileInspector::BrokenCursor(file)) return broken;
+    BlkDesc const& block = *VFileInspector::Cursor(file).ptr;
+    BlkDesc const* const touched[] = {block.prev, &block, block.next};
+    for (BlkDesc const* const one : touched) {
+        char const* const broken = one ? VFileInspector::BrokenBlock(file, *one) : nullptr;
+        if (broken) return broken;
+    }
+    return IsShort(VFileInspector::First(file)) ? VFileInspector::BrokenChain(file) : nullptr;
+}
+
+}  // namespace vfile

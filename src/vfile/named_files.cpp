@@ -1,0 +1,50 @@
+// Whole host files by name.
+#include <vfile/halt.h>
+#include <vfile/result.h>
+#include <vfile/virtual_file.h>
+
+#include "vfile/block.h"
+#include "vfile/open_handle.h"
+
+namespace vfile {
+
+void VFile::ReadFile(TChar const* name, std::uint32_t shareMode) {
+    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
+    if (res != ResDone || !MayChange(true)) return;
+    using namespace platform;
+    OpenHandle const source(name, {Access::kRead, shareMode, Disposition::kOpenExisting, Hint::kSequential});
+    if (!source.IsOpen()) {
+        res = GetFileRes();
+        return;
+    }
+    ReplaceFile(pos, OverwriteLen(), source.Get(), MaxLen);
+}
+
+// A target that a failed write left incomplete stays.
+void VFile::WriteFile(TChar const* name, bool overwrite) {
+    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
+    if (res != ResDone) return;
+    using namespace platform;
+    Disposition const disposition = overwrite ? Disposition::kCreateAlways : Disposition::kCreateNew;
+    OpenHandle const target(name, {Access::kWrite, kShareNone, disposition, Hint::kSequential});
+    if (!target.IsOpen()) {
+        res = GetFileRes();
+        return;
+    }
+    SetPos(0);
+    WriteToFile(target.Get(), MaxLen);
+}
+
+void VFile::Load(TChar const* name, std::uint32_t shareMode) {
+    SetPos(0);
+    ReplaceBuf(0, MaxLen, nullptr, 0);
+    ReadFile(name, shareMode);
+    if (res == ResDone) SetPos(0);
+}
+
+void VFile::Save(TChar const* name, bool overwrite) {
+    SetPos(0);
+    WriteFile(name, overwrite);
+}
+
+}  // namespace vfile
