@@ -8,6 +8,9 @@ function(vfile_common_options target)
     set_target_properties(${target} PROPERTIES
         CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON POSITION_INDEPENDENT_CODE ON)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        target_compile_options(${target} PRIVATE -fno-gnu-unique)  # a unique symbol would forbid unloading
+    endif()
     if(VFILE_WERROR)
         target_compile_options(${target} PRIVATE -Werror)
     endif()

@@ -1,0 +1,30 @@
+# Installs, moves the installation, and sees that nothing in it remembers where it was.
+include(${CMAKE_CURRENT_LIST_DIR}/common.cmake)
+
+file(REMOVE_RECURSE ${PREFIX} ${WORK})
+run(${CMAKE_COMMAND} --install ${BUILD_ROOT} --prefix ${WORK})
+file(RENAME ${WORK} ${PREFIX})
+
+file(GLOB_RECURSE packages ${PREFIX}/*.cmake ${PREFIX}/*.pc)
+list(LENGTH packages count)
+if(count LESS 4)
+    message(FATAL_ERROR "only these package files were installed: ${packages}")
+endif()
+foreach(package IN LISTS packages)
+    file(READ ${package} text)
+    foreach(place IN ITEMS ${WORK} ${BUILD_ROOT} ${SOURCE_ROOT})
+        string(FIND "${text}" ${place} found)
+        if(NOT found EQUAL -1)
+            message(FATAL_ERROR "${package} names ${place}")
+        endif()
+    endforeach()
+endforeach()
+
+foreach(wanted IN ITEMS include/vfile.h include/vfile/virtual_file.h share/doc/vfile/LICENSE)
+    if(NOT EXISTS ${PREFIX}/${wanted})
+        message(FATAL_ERROR "${wanted} was not installed")
+    endif()
+endforeach()
+if(EXISTS ${PREFIX}/bin/vfile)
+    run(${PREFIX}/bin/vfile --help)  # finds its library in the new place
+endif()
