@@ -3,8 +3,8 @@
 // header.
 //
 //   Names     zero-terminated UTF-16 units. On POSIX they become UTF-8; U+DC80 to U+DCFF stand for the bytes
-//   80 to FF
-//             that are no UTF-8, any other lone surrogate is an illegal name.
+//             80 to FF that are no UTF-8, any other lone surrogate is an illegal name (kInvalidName), and so
+//             is a name too long for the system. Null and the empty name are kFileNotFound.
 //   Handles   a void*, all bits set for none (<vfile/handle.h>).
 //   Errors    an operation that gives false or the invalid handle has stored its reason, see LastError().
 //   Threads   any, at once, but never two on one handle.
@@ -60,8 +60,8 @@ enum class Access { kRead, kWrite, kReadWrite };
 enum class Disposition { kOpenExisting, kCreateNew, kCreateAlways, kOpenAlways };
 enum class Hint { kSequential, kRandom };
 
-inline constexpr std::uint32_t kShareNone = 0;
-inline constexpr std::uint32_t kShareRead = 1;  // the only bit of a share mode that means anything here
+constexpr std::uint32_t kShareNone = 0;
+constexpr std::uint32_t kShareRead = 1;  // the only bit of a share mode that means anything here
 
 struct OpenMode {
     Access access;
@@ -72,36 +72,41 @@ struct OpenMode {
 
 // Opens a file, or gives the invalid handle. The lock is non-blocking and taken before anything is truncated:
 // shared for kRead with bit 0 of `share`, exclusive for all others; a refused one is kSharingViolation, a
-// file system without locks goes on unlocked. A directory is kAccessDenied. Only regular files are truncated.
-// A file that kCreateNew, kCreateAlways or kOpenAlways made and that could not be had after all is not left
-// behind. No child process inherits the handle.
+// file system without locks goes on unlocked. A directory is kAccessDenied. Only regular files are locked and
+// truncated. kCreateAlways with kRead contradicts itself: kInvalidParameter. A file that this very call made
+// and could not have after all is not left behind, unless another process has it to write by then. A pipe
+// waits for its other end. No program that a child process starts inherits the handle.
 Handle OpenFile(TChar const* name, OpenMode const& mode);
 
 // Gives up the lock, then the handle, so that a copy of the handle in another process does not keep the lock.
 void CloseFile(Handle file);
 
-// The file's own position, its size, and what lies between the two. BytesAhead is false, with no error, where
-// the file has no size (a pipe, a device).
+// The file's own position, its size, and what lies between the two (0 past the end). Where the file has no
+// size (a pipe, a device) GetSize is kNotSupported and BytesAhead is false with no error stored; a pipe has no
+// position either.
 bool GetPosition(Handle file, std::int64_t& position);
 bool SetPosition(Handle file, std::int64_t position);
 bool GetSize(Handle file, std::int64_t& size);
 bool BytesAhead(Handle file, std::int64_t& count);
 
-// Ends the file at its position; hands its bytes to the device.
+// Ends the file at its position (kAccessDenied through a handle for reading); hands its bytes to the device,
+// which is done at once where none is behind the file.
 bool TruncateHere(Handle file);
 bool FlushFile(Handle file);
 
 // Transfer: transfer.cpp
 
-// At the file's own position. Read: got < len is the end of this transfer (0: the end of the file), and one
-// call is one call of the system's. Write: continued until all is written or the system fails; false with
-// `put` what went out before. Interrupted calls are repeated. At most kMaxTransfer bytes are asked of the
-// system at once.
-inline constexpr std::size_t kMaxTransfer = std::size_t{1} << 30;
+// At the file's own position. Interrupted calls are repeated; a call of the system's asks for at most
+// kMaxTransfer bytes. The wrong way through a handle is kAccessDenied, a closed one kInvalidHandle.
+//
+// Read: got < len is the end of this transfer (0: the end of the file); up to kMaxTransfer it is one call of
+// the system's. Write: continued until all is written (true) or the system fails or takes no more (kDiskFull).
+// False: `got` and `put` are what was moved before.
+constexpr std::size_t kMaxTransfer = std::size_t{1} << 30;
 bool Read(Handle file, void* dst, std::size_t len, std::size_t& got);
 bool Write(Handle file, void const* src, std::size_t len, std::size_t& put);
 
-// At byte offset `at`, the file's own position untouched. got < len only at the end of the file.
+// At byte offset `at`, the file's own position untouched. got < len only at the end of the file, or with false.
 bool ReadAt(Handle file, std::int64_t at, void* dst, std::size_t len, std::size_t& got);
 
 // Writes the pieces one behind the other from `at` on, in one call of the system's as far as it takes them.
@@ -120,7 +125,7 @@ Handle CreateSwapFile(TChar const* name);
 
 // Environment: environment.cpp
 
-inline constexpr TChar kSeparator =
+constexpr TChar kSeparator =
 #ifdef _WIN32
     u'\\';
 #else
@@ -136,7 +141,7 @@ TChar const* LastResortTempDir();
 // empty, no legal name, or does not fit with its terminator.
 bool ReadEnvironment(char const* variable, TChar* buf, std::uint32_t size);
 
-// Whether `name` is a directory that the effective user may read and write. Stores no error.
+// Whether `name` is a directory that the effective user may search, read and write. Stores no error.
 bool IsUsableDirectory(TChar const* name);
 
 // Threads: threads.cpp
@@ -146,7 +151,8 @@ std::uint32_t CurrentThreadId();
 
 // One word per thread under a process-wide key, null at first; -1 is no key. `atThreadEnd` runs on a thread
 // that ends with a word that is not null, after the thread's thread_local objects are gone and while the word
-// can still be read; it must leave the word null. A key that has been freed calls nothing any more.
+// can still be read; it must leave the word null. A key that has been freed calls nothing any more. Under no
+// key the word is null and cannot be set.
 std::int32_t AllocThreadKey(void (*atThreadEnd)());
 bool FreeThreadKey(std::int32_t key);
 void* GetThreadWord(std::int32_t key);
@@ -167,6 +173,8 @@ struct LocalTime {
     std::uint16_t year, month, day, hour, minute, second, millisecond;
 };
 void ReadLocalTime(LocalTime& time);
+
+// Sets the system's clock, for which most processes lack the right. Fields out of range are kInvalidParameter.
 bool WriteLocalTime(LocalTime const& time);
 
 // Milliseconds of a clock that runs evenly, from any start.
@@ -174,7 +182,7 @@ std::uint32_t TickCount();
 
 // Last words: halt_display.cpp
 
-// Shows title and message to the user and ends the process abnormally. Allocates nothing.
+// Shows "title: message" to the user and ends the process abnormally. Allocates nothing.
 [[noreturn]] void ShowAndAbort(TChar const* title, TChar const* message);
 
 }  // namespace vfile::platform
