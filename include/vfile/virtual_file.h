@@ -1,21 +1,26 @@
-/// An editable sequence of up to 2,147,483,647 bytes that costs a few megabytes whatever its size.
+/// An editable sequence of up to 2,147,483,647 bytes that costs a few megabytes of memory, whatever its size.
 ///
 ///   Owns      its bytes, as a chain of blocks of at most 1024 bytes in the memory of the thread, and one
 ///             buffer of 1024 bytes for the block under the cursor. The thread's first file makes that memory
-///             (<vfile/vmem.h>: a cache of bounded size over a swap file), its last one ends it.
-///   Threads   a file belongs to the thread that made it, destruction included. The operations that say
-///             "own thread" stop the program on any other; the rest must not be used there either, they only
-///             do not look. In a child process after a fork, destroying a file of the parent does nothing.
-///   Units     positions, lengths and counts are in bytes, 32 bits, signed. Position n lies before byte n.
-///             `MaxLen` as a count asks for all there is; `SameLen` as a delete length means as many bytes
-///             as go in.
-///   Errors    a failure is a code in `res` (<vfile/result.h>). While `res` is not ResDone every change,
-///   every
-///             change of a flag and every transfer does nothing, so that a row of calls can be judged once
-///             at its end. A SetPos that succeeds clears it, Reset() included. Reads work whatever `res`
+///             (<vfile/vmem.h>: a cache of bounded size over a swap file), its last one ends it. The heap
+///             holds 24 bytes a block.
+///   Threads   a file belongs to the thread that made it, destruction included. Operations marked "own
+///             thread" make an assertion stop of "VFile" on any other, before anything else; the rest do not
+///             look, and must not be used there either. In a child process after a fork, destroying a file of
+///             the parent is silent and touches nothing.
+///   Units     positions, lengths and counts are in bytes. Position n lies before byte n. `MaxLen` as a count
+///             asks for all there is; `SameLen` as a delete length means as many bytes as go in.
+///   Errors    a failure is a code in `res` (<vfile/result.h>). While `res` is not ResDone, every change of
+///             bytes or flags and every transfer does nothing at all, so that a row of calls can be judged
+///             once at its end. A SetPos that succeeds clears it, Reset() included. Reads work whatever `res`
 ///             holds.
+///   Stops     a failing swap file stops inside any operation that touches bytes, with a message of "VMem".
 ///   Throws    nothing of its own. A hook or a halt procedure may throw: what the running operation holds is
-///             given back; a change that was not applied yet leaves the bytes as they were.
+///             given back, and a change that was not applied yet leaves the bytes as they were.
+///
+/// Limits: all files of a thread share addresses for 2,097,151 blocks. A block that edits left short costs as
+/// much of them as a full one, so that a file of N full blocks that is edited everywhere may need 2N. Where
+/// they end, a change fails with ResHeapOverflow.
 #pragma once
 
 #include <vfile/export.h>
@@ -31,110 +36,172 @@ namespace vfile {
 
 class BlkPool;
 class HFile;
+class VFile;
 class VMem;
 struct BlkDesc;
 
 /// A place in a chain of blocks: byte `ix` of the block `ptr`, whose first byte is byte `start` of the file.
-/// `ix` may equal the length of the block: the same position as the start of the next one.
+/// `ix` may equal the length of the block: the same position as the start of the next one. For the library's
+/// own use.
 struct BlkRdr {
     BlkDesc* ptr = nullptr;
     std::int32_t start = 0;
     std::int16_t ix = 0;
 };
 
-/// What stands where a handle is wanted and is none: a buffer, an `HFile*`, `nullptr`, a number.
+/// What stands where a handle is wanted and is none: a buffer, an `HFile*`, `nullptr`, a number. Overloads
+/// that take it are deleted, so that nothing converts to a handle by accident.
 template <class T>
 concept NotAHandle = !RawHandle<T> && !std::convertible_to<T*, HFile*>;
 
+/// The same where a character or a file may stand too.
+template <class T>
+concept NotASource = NotAHandle<T> && !ByteChar<T> && !std::derived_from<T, VFile>;
+
 class VFILE_EXPORT VFile {
 public:
-    /// Result code of the last operation that stores one, ResDone (0) when all is well.
-    FileRes res = ResDone;
-    /// The last read wanted more than there was before it met the end (backward: the start) of the file.
-    bool eof = false;
-    /// Number base of the formatted output of whole numbers.
-    std::int32_t radix = 10;
+    FileRes res = ResDone;    ///< the last failure; see above
+    bool eof = false;         ///< the last read ran into the end of the file (backward: into the start)
+    std::int32_t radix = 10;  ///< number base of numbers written as text, 2 to 36
 
-    // Bits of the flag word. 0x004, 0x010 and 0x040 are the host's own.
+    // Bits of the flag word, all off at first. 0x004, 0x010 and 0x040 are the host's own.
 
-    /// WriteFromFile, ReadFromFile, ReadFile and their kin insert instead of overwriting.
+    /// ReadFromFile, WriteFromFile, Write and ReadFile insert; while it is off they overwrite. The five
+    /// Replace operations do not look at it.
     static constexpr std::int32_t InsertMode = 0x001;
-    /// Changes fail with ResReadOnly.
+    /// Changes of bytes, and ReadFile, fail with ResReadOnly, those included that would change nothing.
     static constexpr std::int32_t ReadOnly = 0x002;
-    /// Turned on by the first change under TrackModified; never turned off by the library.
+    /// Turned on by the first change under TrackModified. The library never turns it off: a host does.
     static constexpr std::int32_t Modified = 0x008;
     static constexpr std::int32_t TrackModified = 0x020;
-    /// EolWatchOn, while EolWatchOff is off and `type` is above 0, makes ReplaceBuf look for CR and LF in
-    /// what goes in, and set EolSeen.
+    /// The line-end watch: while EolWatchOn is on, EolWatchOff is off and `type` is above 0, ReplaceBuf sets
+    /// EolSeen at the first CR or LF in what goes in, even when the change is vetoed afterwards.
     static constexpr std::int32_t EolWatchOff = 0x080;
     static constexpr std::int32_t EolWatchOn = 0x100;
-    /// Changes, and changes of flags, fail with ResContextError. Set by derived classes in `flags` only.
+    /// Changes of bytes or flags, and ReadFile, fail with ResContextError. No flag operation turns it on or
+    /// off: it is for derived classes, in `flags`.
     static constexpr std::int32_t Locked = 0x200;
+    /// Stays on for the life of the object.
     static constexpr std::int32_t EolSeen = 0x400;
 
-    // Construction. A constructor with arguments fills an empty file by one change, leaves the cursor behind
-    // the content and a failure in `res`.
+    // Construction. One with arguments fills an empty file by one change, which no override sees; the cursor
+    // ends behind the content, a failure in `res`.
 
-    /// An empty file. Stops when there is no memory for it, or when the thread is not initialised.
+    /// An empty file. Stops: no memory for it, or a thread after VFile_UninitializeThread (<vfile/thread.h>).
     VFile();
 
-    /// `count` copies of one character.
+    /// `count` copies of a character; see ReplaceCh.
     template <ByteChar C>
     VFile(C ch, std::int32_t count) : VFile() {
         VFile::ReplaceCh(0, 0, static_cast<char>(ch), count);
     }
 
-    /// The bytes of a string before its terminator.
+    /// The bytes of a string without its terminator. `s` must not be null. ResTooLong: more than MaxLen.
     explicit VFile(char const* s);
     explicit VFile(std::nullptr_t) = delete;
 
-    /// The next `count` bytes of an open file; see ReplaceFile.
+    /// The next `count` bytes of an open file of the host; see ReplaceFile. The handle parameter takes
+    /// exactly a `void*`, here and everywhere.
     VFile(void* handle, std::int32_t count);
     VFile(HFile& file, std::int32_t count);
-    template <NotAHandle T>
-    requires(!ByteChar<T> && !std::derived_from<T, VFile>) VFile(T const&, std::int32_t)
-    = delete;
+    template <NotASource T>
+    VFile(T const&, std::int32_t) = delete;
 
-    /// A copy of the bytes of `src` from `start` on, at most `count` of them. Flags, `type` and `radix` are
-    /// not copied.
+    /// The bytes of `src` from `start` on, at most `count` of them; see ReplaceTxt. Copies neither flags nor
+    /// `type` and `radix`.
     VFile(VFile const& src, std::int32_t start = 0, std::int32_t count = MaxLen);
 
+    /// Own thread. Constant time, whatever the length: the blocks go to the thread's pool.
     virtual ~VFile();
 
-    // Changes. The five Replace operations are what every edit ends in; a derived class that overrides one
-    // sees all edits of its kind.
+    // Changes: the five operations that every edit ends in. A class that overrides one sees all edits of its
+    // kind; it needs `using VFile::ReplaceFile; using VFile::operator=;` to keep the overloads that it does
+    // not override in view.
+    //
+    // Each replaces `delLen` bytes at `start` by new ones. Own thread.
+    //   Clipping   `start` to the length, which is how appending is done, and `delLen` to what lies behind
+    //              `start`. So `delLen` 0 inserts, no new bytes delete, and neither moves the cursor to
+    //              `start`.
+    //   Success    the cursor stands behind the new bytes; `res` is ResDone, `eof` false.
+    //   Failure    bytes and length are as before, `res` tells why. The cursor has not moved, or stands at
+    //              the clipped `start` when a hook vetoed or memory ran out.
+    //   Codes      in this order: ResCallError for a negative argument (`delLen` SameLen aside),
+    //              ResContextError under Locked, ResReadOnly under ReadOnly, ResTooLong when the length would
+    //              pass MaxLen; then ResHeapOverflow for want of memory or addresses, or what PreChange
+    //              gives.
+    //   Hooks      PreChange and PostChange once for each change, with clipped values; neither when no byte
+    //              comes or goes.
+    //   Cost       a change inside a block with room is a move of memory. Else the blocks it touches, plus
+    //              finding `start`: a walk from the cursor or the nearer end.
 
+    /// By `dataLen` bytes at `data`. ResCallError: `data` null with bytes asked for.
     virtual void ReplaceBuf(std::int32_t start, std::int32_t delLen, void const* data, std::int32_t dataLen);
+
+    /// By `count` copies of `ch`. More than 1024 go in as a series of changes of at most 1024 each, the first
+    /// of which removes the whole range (of `SameLen`: `count` bytes). A failure in a later one leaves the
+    /// earlier ones in the file.
     virtual void ReplaceCh(std::int32_t start, std::int32_t delLen, char ch, std::int32_t count);
+
+    /// By `srcLen` bytes of `src` from `srcStart` on, both clipped to `src`. `src` may be this file, and the
+    /// ranges may overlap: the outcome is as if `src` had been copied first. Stops like a foreign thread when
+    /// the two files belong to different ones.
     virtual void ReplaceTxt(std::int32_t start, std::int32_t delLen, VFile const& src, std::int32_t srcStart,
                             std::int32_t srcLen);
+
+    /// By the next `count` bytes of an open file of the host, or by all it has when `count` is MaxLen;
+    /// `SameLen` means as many as were read. The source is neither closed nor set back. It is read to its end
+    /// before this file is touched: a failed read leaves this one as it was, cursor included, with the code
+    /// of the read.
+    ///   ResNotDone     the source ended before a definite `count`
+    ///   ResCallError   the source is closed, too
+    ///   ResTooLong     also: MaxLen asked of a source that has more ahead, told before anything is read.
+    ///                  Where no size tells, as in a pipe, it is ResHeapOverflow in the end.
     virtual void ReplaceFile(std::int32_t start, std::int32_t delLen, HFile& file, std::int32_t count);
     virtual void ReplaceFile(std::int32_t start, std::int32_t delLen, void* handle, std::int32_t count);
     template <NotAHandle T>
     void ReplaceFile(std::int32_t, std::int32_t, T const&, std::int32_t) = delete;
 
+    /// The whole content gives way to that of `src`: ReplaceTxt(0, Length(), src, 0, MaxLen). Flags, `type`
+    /// and `radix` stay.
     virtual VFile& operator=(VFile const& src);
+
+    // For derived classes; without effect here.
 
     virtual void CheckInvariants() const;
     virtual void Show(char const* text) const;
     virtual void Dump() const;
 
-    // Cursor.
+    // The cursor.
 
     std::int32_t Length() const { return length; }
     std::int32_t GetPos() const { return pos; }
     bool Eof() const { return pos >= length; }
     bool Bof() const { return pos <= 0; }
     std::int32_t Type() const { return type; }
+
+    /// SetPos(0).
     void Reset() { SetPos(0); }
+
+    /// Puts the cursor on `position`, or on the end when that comes first; clears `res` and `eof`.
+    /// ResCallError, and nothing else changes: `position` negative. Own thread.
     void SetPos(std::int32_t position);
+
+    /// SetPos of `offset` counted from the start (`whence` 0), the cursor (1) or the end (2), summed without
+    /// wrapping round. Another `whence` is ResCallError, and nothing else changes. Own thread.
     void SetPos(std::int32_t offset, int whence);
+
+    /// Writes the buffer back to the memory of the thread if it is newer, and frees it; the next use makes a
+    /// new one. Cursor, `res` and `eof` stay. Own thread.
     void Flush();
 
-    // Reads.
+    // Reads. They move the cursor over what was read, work whatever `res` holds, and leave it alone but where
+    // said.
 
+    /// The byte at the cursor, or the one before it. At the end (start) of the file `b` becomes 0, `eof`
+    /// true, and the cursor stays; else `eof` is false. The first of a block loads the block.
     void ReadByte(unsigned char& b);
     void ReadPrevByte(unsigned char& b);
+
     template <ByteChar C>
     void ReadChar(C& ch) {
         unsigned char b;
@@ -147,7 +214,14 @@ public:
         ReadPrevByte(b);
         ch = static_cast<C>(b);
     }
+
+    /// Up to `count` bytes; gives how many came. `eof` becomes true when they were fewer, else false: a read
+    /// that just reaches the end leaves it false. ResCallError, with 0 and cursor and `eof` as they were:
+    /// `count` negative, or `dst` null with bytes asked for.
     std::int32_t ReadBytes(void* dst, std::int32_t count);
+
+    /// ReadBytes into a whole number of 2, 4 or 8 bytes of whatever name, the first byte to its lowest
+    /// address. Near the end of the file only the first bytes of `x` are filled, and `eof` is set.
     template <WholeNumber<2> T>
     void ReadWord(T& x) {
         ReadBytes(&x, 2);
@@ -160,10 +234,16 @@ public:
     void ReadQWord(T& x) {
         ReadBytes(&x, 8);
     }
+
+    /// A range as a zero-terminated text: of `count` bytes at `start`, as far as the file has them, the first
+    /// `size` - 1. Gives how many came; the cursor stands behind them, `res` is clear. ResCallError, with 0
+    /// and `dst` as it was: `dst` null, `size` below 1, `start` or `count` negative.
     std::int32_t ReadTxt(char* dst, std::int32_t size, std::int32_t start, std::int32_t count);
 
-    // Transfer.
+    // Transfer from and to files of the host. Own thread.
 
+    /// Changes like ReplaceFile at the cursor, with `delLen` 0 under InsertMode, else SameLen. Two names for
+    /// one thing.
     void ReadFromFile(void* handle, std::int32_t count);
     void ReadFromFile(HFile& file, std::int32_t count);
     template <NotAHandle T>
@@ -173,47 +253,95 @@ public:
     void WriteFromFile(T const&, std::int32_t) = delete;
     void Write(HFile& file, std::int32_t count);
 
+    /// Writes the `count` bytes from the cursor on, as far as there are so many, to an open file of the host,
+    /// at its position. The cursor moves over what was written, flags play no part. After a failure `res` has
+    /// the code, what went out stays there, and the cursor stands behind the piece of 1024 bytes that failed.
+    /// ResCallError: `count` negative, or the target closed.
     void WriteToFile(HFile& file, std::int32_t count);
     void WriteToFile(void* handle, std::int32_t count);
     template <NotAHandle T>
     void WriteToFile(T const&, std::int32_t) = delete;
 
+    /// Brings in the whole of a named file, which must exist, like ReadFromFile. `shareMode` 1 lets other
+    /// readers of it in meanwhile, 0 nobody.
     void ReadFile(TChar const* name, std::uint32_t shareMode);
+
+    /// Writes the whole content to a named file, which nobody else may hold: a new one, or with `overwrite`
+    /// also one that exists and is emptied first. The cursor ends at the end; it stays when the file could
+    /// not be had. A file that a failed write left incomplete stays.
     void WriteFile(TChar const* name, bool overwrite);
+
+    /// Makes a named file the whole content, cursor at 0, whatever `res` held. Empties first: when the file
+    /// cannot be had or read, this one is empty and `res` tells why. Under ReadOnly or Locked nothing is
+    /// lost.
     void Load(TChar const* name, std::uint32_t shareMode);
+
+    /// WriteFile whatever `res` held. Modified stays on.
     void Save(TChar const* name, bool overwrite);
 
     // Flags.
 
     std::int32_t GetFlags() const { return flags; }
+
+    /// Whether at least one bit of `mask` is on.
     bool FlagOn(std::int32_t mask) const { return (flags & mask) != 0; }
+
+    /// Flips the bits of `mask`, from 0x001 to 0x100, the lowest first, and calls PostChangeFlag for each;
+    /// other bits are ignored. Nothing happens while `res` is set. ResContextError: under Locked. Own thread.
     void ToggleFlag(std::int32_t mask);
+
+    /// ToggleFlag of the bits that are not yet as asked: all as in `value`; those of `mask` on; off; on or
+    /// off.
     void SetFlags(std::int32_t value);
     void InclFlag(std::int32_t mask);
     void ExclFlag(std::int32_t mask);
     void SetFlag(std::int32_t mask, bool on);
 
-    // Settings of the calling thread; they need no file.
+    // Settings of the calling thread. They need no file, hold for the memory that its files share, and last
+    // until the thread ends.
 
+    /// Kilobytes in the cache now, 0 while the thread has no file.
     static std::int16_t GetCacheSize();
+
+    /// The limit of the cache in kilobytes, 70 at first. A negative one counts as 0; while the thread has no
+    /// file it is kept and given back as it came.
     static std::int16_t GetMaxCacheSize();
     static void SetMaxCacheSize(std::int16_t kilobytes);
+
+    /// The directory for the swap file, null for none of its own: then TMP, TEMP and TMPDIR are asked. Copied
+    /// when set, and may be the very string that GetTempDir gave; that one is borrowed until the next is set
+    /// or the thread's last file goes.
     static TChar const* GetTempDir();
     static void SetTempDir(TChar const* dir);
+
+    /// Writes what the cache holds to the swap file, and empties it.
     static void ReleaseCache();
 
+    /// Steps of the library's load and unload and of a thread's start and end. A host needs none of them.
     static bool TLS_InitializeProcess();
     static bool TLS_UninitializeProcess();
     static bool TLS_InitializeThread();
     static bool TLS_UninitializeThread();
 
 protected:
+    // Hooks. They run on the own thread, inside the change, and may read and change other files.
+
+    /// Asked before a change is applied, with the cursor at `start` and the length still the old one: 0 lets
+    /// it go on, anything else is a veto and becomes `res`. It may copy from this file, `VFile old(*this,
+    /// start, delLen)`, but must leave it alone, cursor and buffer included; else a stop, "file changed in
+    /// PreChange".
     virtual std::int32_t PreChange(std::int32_t start, std::int32_t delLen, std::int32_t insLen) const;
+
+    /// Told after a change, with the new length and the cursor still at `start`. May read, move the cursor,
+    /// and change the file again: the cursor then ends where the outer change puts it, clipped, and `res` is
+    /// clear. This one turns Modified on under TrackModified.
     virtual void PostChange(std::int32_t start, std::int32_t delLen, std::int32_t insLen);
+
+    /// Told after one bit of the flags was flipped.
     virtual void PostChangeFlag(std::int32_t flag, bool on);
 
-    std::int32_t flags = 0;
-    std::int32_t type = 0;
+    std::int32_t flags = 0;  ///< the flag word; nothing is told of a change made here
+    std::int32_t type = 0;   ///< for derived classes; above 0 it enables the line-end watch
 
 private:
     friend struct VFileInspector;

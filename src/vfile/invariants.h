@@ -2,15 +2,13 @@
 //
 //   1  The chain has a block. first->prev and last->next are null; a->next is b exactly when b->prev is a.
 //   2  A block has 0 to BlkSize bytes, and 0 only as the only block of an empty file. There is no minimum
-//   above
-//      that: a block of 1 byte between two full ones stays so until an edit happens to merge it.
+//      above that: a block of 1 byte between two full ones stays so until an edit happens to merge it.
 //   3  The lengths add up to that of the file.
 //   4  cur.ptr is in the chain, cur.start is the sum of the lengths before it, cur.ix lies in the block, and
-//   pos is
-//      the sum of the two.
+//      pos is the sum of the two.
 //   5  A block with bytes has a page of its own: an address of at least 0, a multiple of BlkSize, no other
-//   block's. 6  A dirty buffer is valid, and a valid buffer exists. While it is clean it says the same as the
-//   page.
+//      block's.
+//   6  A dirty buffer is valid, and a valid buffer exists. While it is clean it says the same as the page.
 #pragma once
 
 #include <vfile/virtual_file.h>

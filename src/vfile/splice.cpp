@@ -11,15 +11,15 @@
 
 namespace vfile {
 
-//   [aaaaXXtt]=[XXXX]=[XXqq]=[next]      tt: the tail of the current block behind the range; qq: what
-//   survives of the [aaaapp]=[chain]=[tt qq next]        last block cut into. Each moves into the last block
-//   of the chain while that
-//                                        has room, as does the whole of the next block; else tt gets a block
-//                                        of its own, qq moves to the head of its page, and the next block
-//                                        stays as it is.
+//   [aaaaXXtt]=[XXXX]=[XXqq]=[next]   tt    the tail of the current block behind the range
+//   [aaaapp]=[chain]=[tt qq next]     qq    what survives of the last block that the range cuts into
+//                                     pp    the first piece of the new bytes, for the current block
 //
-// This is all the merging there is: no block has a minimum fill, and a deletion, which has no chain, merges
-// nothing. The memory is used first, while it may still stop: from the relinking on nothing can fail.
+// Each of tt, qq and the whole of the next block moves into the last block of the chain while that has room.
+// Else tt gets a block of its own, qq moves to the head of its page, and the next block stays as it is. This is
+// all the merging there is: no block has a minimum fill, and a deletion, which has no chain, merges nothing.
+//
+// The memory is used first, while it may still stop: from the relinking on nothing can fail.
 bool VFile::DoChange(Change const& change, void const* piece, std::int32_t pieceLen, PrivateChain& chain) {
     std::int32_t const inside = std::min<std::int32_t>(change.delLen, cur.ptr->len - cur.ix);
     if (!SaveTail(inside, chain)) {
