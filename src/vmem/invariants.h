@@ -1,0 +1,48 @@
+// The checker of everything that is always true of a VMem between two operations. The rules stand, numbered, where
+// the data is declared: A in <vfile/vmem.h>, C in cache.h, S in swap_file.h, R in read_ahead.h.
+#pragma once
+
+#include <vfile/vmem.h>
+
+#include "vmem/cache.h"
+#include "vmem/swap_file.h"
+
+namespace vfile {
+
+// Null when sound, else the broken rule. Changes nothing, cached pages and their order included. Reads the swap file
+// through, so it is for tests and small memories.
+char const* BrokenRule(VMem const& memory);
+
+// The same for what the last change has touched, at a constant cost.
+char const* BrokenRuleNearby(VMem const& memory);
+
+// What a checker sees.
+struct VMemInspector {
+    static Cache const& CacheOf(VMem const& v) { return *v.cache; }
+    static SwapFile const& SwapOf(VMem const& v) { return *v.swap; }
+    static platform::Handle SwapHandle(VMem const& v) { return v.swap->swapHandle; }
+    static TChar const* SwapName(VMem const& v) { return v.swap->swapName; }
+    static std::int32_t MaxAddress(VMem const& v) { return v.maxAddress; }
+    static int NumLists(VMem const& v) { return v.numLists; }
+    static std::int16_t FreeLen(VMem const& v, int list) { return v.freeLen[list]; }
+
+    // The head of a list and how many chunks it says it has; list -1 is that of the free pages.
+    static std::int32_t Head(VMem const& v, int list) { return list < 0 ? v.freePage : v.freeHead[list]; }
+    static std::int32_t Count(VMem const& v, int list) {
+        return list < 0 ? v.freePageCount : v.freeCount[list];
+    }
+
+    // Copies what Get would, and moves nothing.
+    static bool Peek(VMem const& v, std::int32_t addr, void* buf, std::int32_t len);
+
+    static char const* BrokenListRule(Cache const& cache);
+    static char const* BrokenTableRule(Cache const& cache);
+    static char const* BrokenPageRule(Cache const& cache, CacheDesc const& page);
+    static char const* BrokenContentRule(VMem const& v);
+    static char const* BrokenSwapRule(SwapFile const& swap);
+    static char const* BrokenReadAheadRule(SwapFile const& swap);
+    static char const* BrokenChunkRule(VMem const& v);
+    static char const* BrokenChunkFields(VMem const& v);
+};
+
+}  // namespace vfile
