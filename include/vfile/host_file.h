@@ -22,6 +22,10 @@
 
 namespace vfile {
 
+namespace platform {
+struct OpenMode;
+}
+
 class VFILE_EXPORT HFile {
 public:
     FileRes res = ResDone;    ///< the last failure, ResDone when there was none; see above
@@ -221,11 +225,10 @@ public:
 
 private:
     friend class VFile;
-    struct OpenForm;
 
     static FileRes GetFileRes();
 
-    bool OpenAs(TChar const* name, OpenForm const& form);
+    bool OpenAs(TChar const* name, platform::OpenMode const& mode);
     void Store(bool done);
     bool ReadPieces(unsigned char* dst, std::size_t len, std::size_t& got);
     void GoTo(std::int64_t pos);

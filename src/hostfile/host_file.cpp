@@ -1,0 +1,170 @@
+// Open and close, bytes, position and size.
+#include <vfile/host_file.h>
+#include <vfile/numbers.h>
+
+#include <algorithm>
+
+#include "platform/platform.h"
+
+namespace vfile {
+namespace {
+
+using platform::Access;
+using platform::Disposition;
+using platform::Hint;
+
+std::int32_t Saturated(std::int64_t value) {
+    constexpr std::int64_t kLeast = std::numeric_limits<std::int32_t>::min();
+    return static_cast<std::int32_t>(std::clamp(value, kLeast, std::int64_t{MaxLen}));
+}
+
+Disposition ToCreate(bool overwrite) {
+    return overwrite ? Disposition::kCreateAlways : Disposition::kCreateNew;
+}
+
+platform::OpenMode HeldAlone(Access access, Disposition disposition, Hint hint) {
+    return {access, platform::kShareNone, disposition, hint};
+}
+
+}  // namespace
+
+HFile::~HFile() {
+    if (IsOpen()) Close();
+}
+
+void HFile::Close() {
+    if (!IsOpen()) {
+        res = ResCallError;
+        return;
+    }
+    platform::CloseFile(handle);
+    handle = InvalidHandle();
+    res = ResDone;
+}
+
+bool HFile::OpenAs(TChar const* name, platform::OpenMode const& mode) {
+    if (IsOpen()) {
+        res = ResCallError;
+        return false;
+    }
+    handle = platform::OpenFile(name, mode);
+    Store(IsOpen());
+    return IsOpen();
+}
+
+bool HFile::OpenSeqRead(TChar const* name) {
+    platform::OpenMode const mode = {Access::kRead, platform::kShareRead, Disposition::kOpenExisting,
+                                     Hint::kSequential};
+    return OpenAs(name, mode);
+}
+
+bool HFile::CreateSeqWrite(TChar const* name, bool overwrite) {
+    return OpenAs(name, HeldAlone(Access::kWrite, ToCreate(overwrite), Hint::kSequential));
+}
+
+bool HFile::Open(TChar const* name) {
+    return OpenAs(name, HeldAlone(Access::kReadWrite, Disposition::kOpenExisting, Hint::kRandom));
+}
+
+bool HFile::Create(TChar const* name, bool overwrite) {
+    return OpenAs(name, HeldAlone(Access::kReadWrite, ToCreate(overwrite), Hint::kRandom));
+}
+
+bool HFile::Lookup(TChar const* name, bool create) {
+    if (!create) return Open(name);
+    return OpenAs(name, HeldAlone(Access::kReadWrite, Disposition::kOpenAlways, Hint::kRandom));
+}
+
+// For the operations that set `res` either way.
+void HFile::Store(bool done) { res = done ? ResDone : GetFileRes(); }
+
+std::int32_t HFile::ReadBytes(void* buf, std::int32_t count) {
+    if (res != ResDone || count == 0) return 0;
+    if (count < 0 || !buf) {
+        res = ResCallError;
+        return 0;
+    }
+    auto const len = static_cast<std::size_t>(count);
+    std::size_t got = 0;
+    bool const done = ReadPieces(static_cast<unsigned char*>(buf), len, got);
+    if (!done) res = GetFileRes();
+    eof = done && got < len;
+    return static_cast<std::int32_t>(got);
+}
+
+// The system is asked for no more than kMaxTransfer at once, which is not to look like the end of the file.
+bool HFile::ReadPieces(unsigned char* dst, std::size_t len, std::size_t& got) {
+    got = 0;
+    for (;;) {
+        std::size_t const piece = std::min(len - got, platform::kMaxTransfer);
+        std::size_t came = 0;
+        bool const done = platform::Read(handle, dst + got, piece, came);
+        got += came;
+        if (!done || came < piece || got == len) return done;
+    }
+}
+
+void HFile::WriteBytes(void const* buf, std::int32_t count) {
+    if (res != ResDone || count == 0) return;
+    if (count < 0 || !buf) {
+        res = ResCallError;
+        return;
+    }
+    std::size_t put = 0;
+    bool const done = platform::Write(handle, buf, static_cast<std::size_t>(count), put);
+    if (!done)
+        res = GetFileRes();
+    else if (put < static_cast<std::size_t>(count))
+        res = ResDiskFull;
+}
+
+std::int32_t HFile::GetPos() const {
+    std::int64_t pos = 0;
+    return IsOpen() && platform::GetPosition(handle, pos) ? Saturated(pos) : 0;
+}
+
+std::int32_t HFile::Length() const {
+    std::int64_t size = 0;
+    return IsOpen() && platform::GetSize(handle, size) ? Saturated(size) : 0;
+}
+
+void HFile::SetPos(std::int32_t pos) {
+    eof = false;
+    if (!IsOpen() || pos < 0) {
+        res = ResCallError;
+        return;
+    }
+    GoTo(MinL(pos, Length()));
+}
+
+void HFile::SetPos(std::int32_t offset, std::int32_t origin) {
+    std::int64_t base = 0;
+    if (origin == 1)
+        base = GetPos();
+    else if (origin == 2)
+        base = Length();
+    else if (origin != 0) {
+        eof = false;
+        res = ResCallError;
+        return;
+    }
+    SetPos(Saturated(base + offset));
+}
+
+void HFile::GoTo(std::int64_t pos) { Store(platform::SetPosition(handle, pos)); }
+
+void HFile::Truncate() {
+    if (IsOpen())
+        Store(platform::TruncateHere(handle));
+    else
+        res = ResCallError;
+}
+
+void HFile::Flush() {
+    if (IsOpen())
+        Store(platform::FlushFile(handle));
+    else
+        res = ResCallError;
+}
+
+}  // namespace vfile

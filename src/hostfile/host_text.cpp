@@ -1,0 +1,130 @@
+// What HFile reads and writes as text: runs of characters, numbers, stretches, lines.
+#include <vfile/halt.h>
+#include <vfile/host_file.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "frame/number_text.h"
+#include "frame/stop.h"
+#include "platform/platform.h"
+
+namespace vfile {
+namespace {
+
+// Numbers stand low byte first, whatever the machine.
+void TurnForFile(unsigned char* value, std::int32_t width) {
+    if constexpr (std::endian::native == std::endian::big) std::reverse(value, value + width);
+}
+
+}  // namespace
+
+void HFile::ReadNumber(void* value, std::int32_t width) {
+    auto* const bytes = static_cast<unsigned char*>(value);
+    TurnForFile(bytes, width);  // a read that falls short leaves the upper part of the variable
+    ReadBytes(bytes, width);
+    TurnForFile(bytes, width);
+}
+
+void HFile::WriteNumber(void const* value, std::int32_t width) {
+    unsigned char bytes[8];
+    std::memcpy(bytes, value, static_cast<std::size_t>(width));
+    TurnForFile(bytes, width);
+    WriteBytes(bytes, width);
+}
+
+void HFile::WriteRun(unsigned char c, std::int32_t count) {
+    if (res != ResDone || count < 1) return;
+    unsigned char run[1024];
+    std::memset(run, c, std::min(sizeof run, static_cast<std::size_t>(count)));
+    while (count > 0 && res == ResDone) {
+        std::int32_t const piece = std::min<std::int32_t>(count, sizeof run);
+        WriteBytes(run, piece);
+        count -= piece;
+    }
+}
+
+void HFile::Write(char const* text) {
+    VFILE_REQUIRE(u"HFile", text);
+    if (!text) return;
+    std::size_t left = std::strlen(text);
+    while (left > 0 && res == ResDone) {
+        std::size_t const piece = std::min<std::size_t>(left, MaxLen);
+        WriteBytes(text, static_cast<std::int32_t>(piece));
+        text += piece;
+        left -= piece;
+    }
+}
+
+void HFile::WriteLn() { WriteBytes("\r\n", 2); }
+
+namespace {
+
+template <class T>
+void Put(HFile& file, T value) {
+    if (!IsRadix(file.radix)) {
+        Halt(u"HFile", u"operator<<", u"radix out of range");
+        return;
+    }
+    NumberScratch scratch;
+    std::string_view const text = NumberText(scratch, value, file.radix);
+    file.WriteBytes(text.data(), static_cast<std::int32_t>(text.size()));
+}
+
+}  // namespace
+
+HFile& HFile::PutNumber(std::int32_t value) { return Put(*this, value), *this; }
+HFile& HFile::PutNumber(std::uint32_t value) { return Put(*this, value), *this; }
+HFile& HFile::PutNumber(std::int64_t value) { return Put(*this, value), *this; }
+HFile& HFile::PutNumber(std::uint64_t value) { return Put(*this, value), *this; }
+
+std::int32_t HFile::ReadTxt(char* buf, std::int32_t size, std::int32_t pos, std::int32_t len) {
+    if (res != ResDone) return 0;
+    if (!buf || size < 1 || pos < 0 || len < 0) {
+        res = ResCallError;
+        return 0;
+    }
+    std::int32_t const length = Length();
+    pos = std::min(pos, length);
+    len = std::min({len, length - pos, size - 1});
+    SetPos(pos);
+    std::int32_t const got = ReadBytes(buf, len);
+    buf[got] = '\0';
+    return got;
+}
+
+std::int32_t HFile::ReadLine(char* buf, std::int32_t size) {
+    if (res != ResDone) return 0;
+    if (!buf || size < 1) {
+        res = ResCallError;
+        return 0;
+    }
+    std::int32_t stored = 0;
+    for (;;) {
+        char c = 0;
+        ReadBytes(&c, 1);
+        if (res != ResDone || eof || c == '\n') break;
+        if (c == '\r') {
+            EndLineAfterCr();
+            break;
+        }
+        if (stored < size - 1) buf[stored++] = c;
+    }
+    buf[stored] = '\0';
+    return stored;
+}
+
+// Takes a line feed behind the carriage return along, and nothing else. The position is noted in full width:
+// GetPos stops at MaxLen.
+void HFile::EndLineAfterCr() {
+    std::int64_t behindCr = 0;
+    if (!platform::GetPosition(handle, behindCr)) behindCr = 0;
+    char c = 0;
+    ReadBytes(&c, 1);
+    if (res == ResDone && !eof && c == '\n') return;
+    eof = false;
+    GoTo(behindCr);
+}
+
+}  // namespace vfile
