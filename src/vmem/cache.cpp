@@ -3,7 +3,6 @@
 #include <cstdlib>
 
 namespace vfile {
-
 bool Cache::Init() {
     hashTable = static_cast<Slot*>(std::calloc(kSlots, sizeof(Slot)));
     return hashTable && ReserveOne();
@@ -56,6 +55,15 @@ void Cache::Remove(CacheDesc& page) {
     map.Erase(page.addr);
     Unlink(page);
     --cacheCount;
+}
+
+void Cache::WarmOldest() const {
+#ifdef __GNUC__
+    if (!oldest) return;
+    constexpr std::int32_t kLine = 64;
+    for (std::int32_t at = 0; at < kPageSize; at += kLine) __builtin_prefetch(oldest->data + at, 1);
+    __builtin_prefetch(oldest->prev, 1);
+#endif
 }
 
 void Cache::Clear() {

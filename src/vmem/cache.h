@@ -72,6 +72,9 @@ public:
     void Add(CacheDesc& page, std::int32_t addr);
     void Remove(CacheDesc& page);
 
+    // Asks the processor for the page that leaves next: its memory has long been cold, and the next load needs it.
+    void WarmOldest() const;
+
     // Frees all descriptors, the spare one too.
     void Clear();
 

@@ -31,12 +31,8 @@ class DirtyRun {
 public:
     DirtyRun(Cache const& cache, CacheDesc& page) {
         pages[kMiddle] = &page;
-        while (Size() < SwapFile::kRunPages && Dirty(cache, pages[last]->addr + std::int64_t{kPageSize})) {
-            pages[++last] = found;
-        }
-        while (Size() < SwapFile::kRunPages && Dirty(cache, pages[first]->addr - std::int64_t{kPageSize})) {
-            pages[--first] = found;
-        }
+        while (CacheDesc* const above = Next(cache, pages[last]->addr, kPageSize)) pages[++last] = above;
+        while (CacheDesc* const below = Next(cache, pages[first]->addr, -kPageSize)) pages[--first] = below;
     }
     std::span<CacheDesc* const> Pages() const { return std::span(pages).subspan(first, Size()); }
     std::size_t Size() const { return last - first + 1; }
@@ -44,14 +40,14 @@ public:
 private:
     static constexpr std::size_t kMiddle = SwapFile::kRunPages - 1;
 
-    bool Dirty(Cache const& cache, std::int64_t addr) {
-        if (addr < 0 || addr > MaxLen) return false;
-        found = cache.Find(static_cast<std::int32_t>(addr));
-        return found && found->dirty;
+    CacheDesc* Next(Cache const& cache, std::int64_t addr, std::int32_t step) const {
+        std::int64_t const next = addr + step;
+        if (Size() == SwapFile::kRunPages || next < 0 || next > MaxLen) return nullptr;
+        CacheDesc* const page = cache.Find(static_cast<std::int32_t>(next));
+        return page && page->dirty ? page : nullptr;
     }
 
     CacheDesc* pages[2 * SwapFile::kRunPages - 1];
-    CacheDesc* found = nullptr;
     std::size_t first = kMiddle;
     std::size_t last = kMiddle;
 };
@@ -87,6 +83,7 @@ CacheDesc* VMem::TakeDescriptor() {
     CacheDesc& oldest = *cache->Oldest();
     FlushCachePtr(oldest);
     cache->Remove(oldest);
+    cache->WarmOldest();
     return &oldest;
 }
 
