@@ -27,7 +27,9 @@ Lead LeadOf(unsigned char first) {
 
 char Continuation(char32_t bits) { return static_cast<char>(0x80 | (bits & 0x3F)); }
 
-[[maybe_unused]] bool IsCharacter(char32_t codePoint) { return codePoint <= 0x10FFFF && !IsSurrogate(codePoint); }
+[[maybe_unused]] bool IsCharacter(char32_t codePoint) {
+    return codePoint <= 0x10FFFF && !IsSurrogate(codePoint);
+}
 
 }  // namespace
 
