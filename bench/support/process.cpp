@@ -1,0 +1,41 @@
+#include "support/process.h"
+
+#include <malloc.h>
+#include <sys/prctl.h>
+
+#include <csignal>
+#include <fstream>
+#include <string>
+
+namespace bench {
+namespace {
+
+// The number behind `key` in a file of such lines, -1 without it.
+std::int64_t NumberIn(char const* file, std::string const& key) {
+    std::ifstream lines(file);
+    std::string word;
+    while (lines >> word) {
+        std::int64_t number = -1;
+        if (word == key && lines >> number) return number;
+    }
+    return -1;
+}
+
+}  // namespace
+
+std::int64_t PeakResidentKB() { return NumberIn("/proc/self/status", "VmHWM:"); }
+
+void ForgetPeak() { std::ofstream("/proc/self/clear_refs") << 5; }
+
+std::int64_t OwnResidentKB() { return NumberIn("/proc/self/status", "RssAnon:"); }
+
+std::int64_t HeapBytes() {
+    struct mallinfo2 const info = mallinfo2();
+    return static_cast<std::int64_t>(info.uordblks + info.hblkhd);
+}
+
+std::int64_t ReadCalls() { return NumberIn("/proc/self/io", "syscr:"); }
+
+void DieWithParent() { prctl(PR_SET_PDEATHSIG, SIGKILL); }
+
+}  // namespace bench
