@@ -230,7 +230,6 @@ private:
 
     bool OpenAs(TChar const* name, platform::OpenMode const& mode);
     void Store(bool done);
-    bool ReadPieces(unsigned char* dst, std::size_t len, std::size_t& got);
     void GoTo(std::int64_t pos);
     void EndLineAfterCr();
     void WriteRun(unsigned char c, std::int32_t count);

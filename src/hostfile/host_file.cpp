@@ -86,22 +86,10 @@ std::int32_t HFile::ReadBytes(void* buf, std::int32_t count) {
     }
     auto const len = static_cast<std::size_t>(count);
     std::size_t got = 0;
-    bool const done = ReadPieces(static_cast<unsigned char*>(buf), len, got);
+    bool const done = platform::Read(handle, buf, len, got);
     if (!done) res = GetFileRes();
     eof = done && got < len;
     return static_cast<std::int32_t>(got);
-}
-
-// The system is asked for no more than kMaxTransfer at once, which is not to look like the end of the file.
-bool HFile::ReadPieces(unsigned char* dst, std::size_t len, std::size_t& got) {
-    got = 0;
-    for (;;) {
-        std::size_t const piece = std::min(len - got, platform::kMaxTransfer);
-        std::size_t came = 0;
-        bool const done = platform::Read(handle, dst + got, piece, came);
-        got += came;
-        if (!done || came < piece || got == len) return done;
-    }
 }
 
 void HFile::WriteBytes(void const* buf, std::int32_t count) {
