@@ -25,7 +25,7 @@ void VFile::SetPos(std::int32_t position) {
         res = ResCallError;
         return;
     }
-    BlkRdr place = cur;
+    BlkRdr place{cur.ptr, cur.start, 0};
     SeekBlk(place, first, last, length, std::min(position, length), false);
     MoveTo(place);
     res = ResDone;
@@ -51,7 +51,9 @@ void VFile::Flush() {
 
 void VFile::MoveTo(BlkRdr const& place) {
     if (place.ptr != cur.ptr) LeaveBlock();
-    cur = place;
+    cur.ptr = place.ptr;
+    cur.start = place.start;
+    cur.ix = place.ix;
     pos = place.start + place.ix;
 }
 

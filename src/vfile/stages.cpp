@@ -45,7 +45,7 @@ bool VFile::Position(Change& change) {
 
 // Puts the cursor where a change at `position` disturbs least, and that block into the buffer.
 void VFile::InitChange(std::int32_t position) {
-    BlkRdr place = cur;
+    BlkRdr place{cur.ptr, cur.start, 0};
     SeekBlk(place, first, last, length, position, true);
     MoveTo(place);
     eof = false;
@@ -67,7 +67,7 @@ bool VFile::FitsCurrentBlock(Change const& change) const {
 
 // The hook may look at anything, but the stages behind it rest on what the stages before it have found.
 bool VFile::Ask(Change const& change) {
-    BlkRdr const place = cur;
+    BlkRdr const place{cur.ptr, cur.start, cur.ix};
     std::int32_t const oldLength = length;
     std::uint32_t const oldChanges = changes;
     std::int32_t const answer = PreChange(change.start, change.delLen, change.insLen);
