@@ -186,6 +186,7 @@ TEST(HostFile, TransfersInTheDirectionThatItWasOpenedFor) {
         char c = '#';
         file.ReadChar(c);
         EXPECT_EQ(file.res, form.reads ? ResDone : ResNoPermission);
+        EXPECT_FALSE(file.eof);
         EXPECT_EQ(c, !form.reads ? '#' : form.writes ? 'a' : 'k');
         EXPECT_FALSE(form.open(file, dir.Name("other").c_str()));
         EXPECT_EQ(file.res, ResCallError);
