@@ -2,8 +2,8 @@
 // for all that a thread has once.
 
 #include "support/host_files.h"
+#include "support/library.h"
 #include "support/process.h"
-#include "support/results.h"
 #include "support/run.h"
 #include "support/samples.h"
 

@@ -5,8 +5,8 @@
 #include <functional>
 
 #include "support/host_files.h"
+#include "support/library.h"
 #include "support/process.h"
-#include "support/results.h"
 #include "support/run.h"
 #include "support/samples.h"
 

@@ -3,8 +3,8 @@
 // the oldest page leaves first. No two visits in a row are neighbours, so that reading ahead has no part in
 // it.
 
+#include "support/library.h"
 #include "support/process.h"
-#include "support/results.h"
 #include "support/run.h"
 #include "support/samples.h"
 

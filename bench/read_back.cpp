@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "support/host_files.h"
-#include "support/results.h"
+#include "support/library.h"
 #include "support/run.h"
 #include "support/samples.h"
 

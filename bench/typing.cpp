@@ -2,7 +2,7 @@
 
 #include <ext/rope>
 
-#include "support/results.h"
+#include "support/library.h"
 #include "support/run.h"
 #include "support/samples.h"
 

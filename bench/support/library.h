@@ -1,4 +1,4 @@
-/// Puts the library's result codes and names where a benchmark wants them.
+/// What every benchmark of files asks of the library: settings, loading, and no failure.
 #pragma once
 
 #include <vfile.h>
