@@ -345,62 +345,63 @@ protected:
 
 private:
     friend struct VFileInspector;
-    class HostEnd;
-    class PrivateChain;
-    struct BytesAt;
-    struct BytesOf;
-    struct Change;
-    struct Cut;
+    class VFILE_LOCAL HostEnd;
+    class VFILE_LOCAL PrivateChain;
+    struct VFILE_LOCAL BytesAt;
+    struct VFILE_LOCAL BytesOf;
+    struct VFILE_LOCAL Change;
+    struct VFILE_LOCAL Cut;
 
-    void Init();
-    bool OnOwnThread() const;
+    VFILE_LOCAL void Init();
+    VFILE_LOCAL bool OnOwnThread() const;
 
     // Block records.
-    BlkDesc* NewBlkPtr(BlkDesc* prev, BlkDesc* next, std::int16_t len);
-    void DisposeBlkPtr(BlkDesc*& p);
-    void DisposeBlkPtrList(BlkDesc*& head, BlkDesc* tail);
-    bool AllocBuf(std::int32_t& addr);
+    VFILE_LOCAL BlkDesc* NewBlkPtr(BlkDesc* prev, BlkDesc* next, std::int16_t len);
+    VFILE_LOCAL void DisposeBlkPtr(BlkDesc*& p);
+    VFILE_LOCAL void DisposeBlkPtrList(BlkDesc*& head, BlkDesc* tail);
+    VFILE_LOCAL bool AllocBuf(std::int32_t& addr);
 
     // The only operations that link or unlink a block of the file.
-    void LinkBehind(BlkDesc* block, BlkDesc* head, BlkDesc* tail);
-    void Unlink(BlkDesc* head, BlkDesc* tail);
+    VFILE_LOCAL void LinkBehind(BlkDesc* block, BlkDesc* head, BlkDesc* tail);
+    VFILE_LOCAL void Unlink(BlkDesc* head, BlkDesc* tail);
 
     // The only operations that move the cursor to another place or block.
-    void MoveTo(BlkRdr const& place);
-    bool MoveToNextBlock();
-    bool MoveToPrevBlock();
-    void LeaveBlock();
-    bool LoadBlock();
+    VFILE_LOCAL void MoveTo(BlkRdr const& place);
+    VFILE_LOCAL bool MoveToNextBlock();
+    VFILE_LOCAL bool MoveToPrevBlock();
+    VFILE_LOCAL void LeaveBlock();
+    VFILE_LOCAL bool LoadBlock();
 
     // Reads by a place of the caller's own, that leave cursor, buffer and flags alone.
-    void SetPosC(BlkRdr& rd, std::int32_t position) const;
-    void ReadByteC(BlkRdr& rd, unsigned char& b) const;
-    void ReadBytesC(BlkRdr& rd, void* dst, std::int32_t count) const;
-    void CopyOutC(BlkRdr const& rd, void* dst, std::int16_t count) const;
+    VFILE_LOCAL void SetPosC(BlkRdr& rd, std::int32_t position) const;
+    VFILE_LOCAL void ReadByteC(BlkRdr& rd, unsigned char& b) const;
+    VFILE_LOCAL void ReadBytesC(BlkRdr& rd, void* dst, std::int32_t count) const;
+    VFILE_LOCAL void CopyOutC(BlkRdr const& rd, void* dst, std::int16_t count) const;
 
     // The stages of a change, in their order.
-    bool MayChange(bool argumentsGood);
-    bool Clip(Change& change);
-    bool Position(Change& change);
-    void InitChange(std::int32_t position);
-    void CheckEOL(void const* data, std::int32_t len);
+    VFILE_LOCAL bool MayChange(bool argumentsGood);
+    VFILE_LOCAL bool Clip(Change& change);
+    VFILE_LOCAL bool Position(Change& change);
+    VFILE_LOCAL void InitChange(std::int32_t position);
+    VFILE_LOCAL void CheckEOL(void const* data, std::int32_t len);
     template <class Source>
-    bool Apply(Change const& change, Source source);
-    bool FitsCurrentBlock(Change const& change) const;
-    bool Ask(Change const& change);
-    void EditInBuffer(Change const& change, void const* bytes);
-    bool DoChange(Change const& change, void const* piece, std::int32_t pieceLen, PrivateChain& chain);
-    bool SaveTail(std::int32_t delLen, PrivateChain& chain);
-    Cut FindCut(std::int32_t delLen, PrivateChain& chain);
-    void CheckCurLen();
-    void Publish(Change const& change);
-    void CheckTouched() const;
+    VFILE_LOCAL bool Apply(Change const& change, Source source);
+    VFILE_LOCAL bool FitsCurrentBlock(Change const& change) const;
+    VFILE_LOCAL bool Ask(Change const& change);
+    VFILE_LOCAL void EditInBuffer(Change const& change, void const* bytes);
+    VFILE_LOCAL bool DoChange(Change const& change, void const* piece, std::int32_t pieceLen,
+                              PrivateChain& chain);
+    VFILE_LOCAL bool SaveTail(std::int32_t delLen, PrivateChain& chain);
+    VFILE_LOCAL Cut FindCut(std::int32_t delLen, PrivateChain& chain);
+    VFILE_LOCAL void CheckCurLen();
+    VFILE_LOCAL void Publish(Change const& change);
+    VFILE_LOCAL void CheckTouched() const;
 
     // Transfer.
-    std::int32_t OverwriteLen() const { return FlagOn(InsertMode) ? 0 : SameLen; }
-    void TakeFrom(HostEnd& source, std::int32_t start, std::int32_t delLen, std::int32_t count);
-    FileRes ReadIn(HostEnd& source, std::int32_t count, PrivateChain& chain, std::int32_t& got);
-    void GiveTo(HostEnd& target, std::int32_t count);
+    VFILE_LOCAL std::int32_t OverwriteLen() const { return FlagOn(InsertMode) ? 0 : SameLen; }
+    VFILE_LOCAL void TakeFrom(HostEnd& source, std::int32_t start, std::int32_t delLen, std::int32_t count);
+    VFILE_LOCAL FileRes ReadIn(HostEnd& source, std::int32_t count, PrivateChain& chain, std::int32_t& got);
+    VFILE_LOCAL void GiveTo(HostEnd& target, std::int32_t count);
 
     std::int32_t pos = 0;
     std::int32_t length = 0;
