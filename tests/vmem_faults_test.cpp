@@ -1,0 +1,280 @@
+// How many calls the swap file costs, and what remains when they fail or fall short.
+#include <gtest/gtest.h>
+#include <vfile/vmem.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <random>
+
+#include "support/halts.h"
+#include "support/temp_dir.h"
+#include "support/vmem_calls.h"
+#include "vmem/invariants.h"
+
+namespace vfile::test {
+namespace {
+
+using See = VMemInspector;
+
+void ExpectSound(VMem const& memory) {
+    char const* const rule = BrokenRule(memory);
+    EXPECT_EQ(rule, nullptr) << rule;
+}
+
+// A memory whose page n is filled with the value of n, until something else is set.
+class Filled {
+public:
+    explicit Filled(int pages, int kilobytes = 70) {
+        memory.SetTempDir(dir.Name("").c_str());
+        memory.SetMaxCacheSize(static_cast<std::int16_t>(kilobytes));
+        std::int32_t addr = -1;
+        for (int i = 0; i < pages; ++i) memory.AllocPage(addr);
+        for (int i = 0; i < pages; ++i) Set(i, i);
+    }
+    ~Filled() { PassAll(); }
+    static void PassAll() {
+        for (Script* script : {&opens, &reads, &writes, &allocations}) script->Play({});
+    }
+    void Set(int page, int value) {
+        unsigned char bytes[1024];
+        std::memset(bytes, value, sizeof bytes);
+        memory.Set(page * 1024, bytes, 1024);
+    }
+    bool Has(int page, int value) {
+        unsigned char bytes[1024];
+        memory.Get(page * 1024, bytes, 1024);
+        return std::ranges::all_of(bytes, [value](unsigned char byte) { return byte == value % 256; });
+    }
+    std::string Dirty() const {
+        std::string pages;
+        for (CacheDesc const* page = See::CacheOf(memory).Newest(); page; page = page->next) {
+            if (page->dirty) pages += std::to_string(page->addr / 1024) + " ";
+        }
+        return pages;
+    }
+
+    TempDir dir;
+    VMem memory;
+};
+
+TEST(VMemCalls, TransfersAreLarge) {
+    constexpr int kPages = 2048;
+    writes.Play({});
+    reads.Play({});
+    Filled file(kPages);
+    EXPECT_EQ(reads.calls, 0u) << "a page that is covered whole is not read first";
+    EXPECT_LE(writes.calls, kPages / 64u);
+    file.memory.FlushCache();
+    std::size_t const flushed = writes.calls;
+    file.memory.FlushCache();
+    file.memory.ReleaseCache();
+    EXPECT_EQ(writes.calls, flushed) << "nothing has changed";
+
+    for (int direction : {1, -1}) {
+        reads.Play({});
+        file.memory.ReleaseCache();
+        for (int i = 0; i < kPages; ++i) {
+            int const page = direction > 0 ? i : kPages - 1 - i;
+            ASSERT_TRUE(file.Has(page, page));
+        }
+        EXPECT_LE(reads.calls, kPages / 32u + 2);
+    }
+
+    reads.Play({});
+    file.memory.ReleaseCache();
+    for (int i = 0; i < 512; ++i) {  // four runs, two of them downwards
+        for (int page : {i, 1023 - i, 1024 + i, 2047 - i}) ASSERT_TRUE(file.Has(page, page));
+    }
+    EXPECT_LE(reads.calls, kPages / 32u + 8);
+    ExpectSound(file.memory);
+}
+
+constexpr char const* kWriting = "writing on swap file failed (disk full?)";
+constexpr char const* kSeeking = "seeking in swap file failed";
+constexpr char const* kReading = "reading from swap file failed";
+
+// Pages 0 to 7 are dirty, page 7 the newest, and page 5 has just been flushed where `hole` says so.
+TEST(VMemFaults, WhatWasWrittenIsCleanAndNothingIsLost) {
+    struct {
+        char const* what;
+        bool hole;
+        std::initializer_list<long> steps;
+        std::string halt, dirty;
+    } const cases[] = {
+        {"the run goes in one call",                 false, {kPass, -EIO},                     "", ""},
+        {"the page alone after the run was refused", false, {-EIO, kPass, kPass, kPass, -EIO}, "", ""},
+        {"the page alone after the run fell short",  false, {3172, -ENOSPC},                   "", ""},
+        {"a write of no byte",                       false, {0, kPass, kPass},                 "", ""},
+        {"the run got as far as the page",
+         true,                                              {2048, -EIO, 0, 500, -EIO},
+         std::string("FlushCachePtr():\n") + kWriting,
+         "4 3 2 1 0 "                                                                                },
+        {"short, then full",
+         false,                                             {3172, -ENOSPC, -ENOSPC},
+         std::string("ExtendFile():\n") + kWriting,
+         "7 6 5 4 3 "                                                                                },
+        {"full when the file grows",
+         false,                                             {-ENOSPC, 2048, -ENOSPC},
+         std::string("ExtendFile():\n") + kWriting,
+         "7 6 5 4 3 2 1 0 "                                                                          },
+        {"full at the page itself",
+         false,                                             {-ENOSPC, kPass, -ENOSPC},
+         std::string("FlushCachePtr():\n") + kWriting,
+         "7 6 5 4 3 2 1 0 "                                                                          },
+        {"short at the page itself",
+         false,                                             {-ENOSPC, kPass, 1023, -ENOSPC},
+         std::string("FlushCachePtr():\n") + kWriting,
+         "7 6 5 4 3 2 1 0 "                                                                          },
+        {"no such position",
+         false,                                             {-EINVAL, -EINVAL},
+         std::string("ExtendFile():\n") + kSeeking,
+         "7 6 5 4 3 2 1 0 "                                                                          },
+        {"no such position for the page",
+         false,                                             {-EINVAL, kPass, -EINVAL},
+         std::string("FlushCachePtr():\n") + kSeeking,
+         "7 6 5 4 3 2 1 0 "                                                                          },
+    };
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.what);
+        Filled file(8);
+        if (c.hole) {
+            file.memory.FlushCache();
+            for (int page : {0, 1, 2, 3, 4, 6, 7}) file.Set(page, page);
+        }
+        writes.Play(c.steps);
+        EXPECT_EQ(HaltOf([&] { file.memory.FlushCache(); }), c.halt.empty() ? "" : "VMem, " + c.halt);
+        EXPECT_EQ(file.Dirty(), c.dirty);
+        ExpectSound(file.memory);
+
+        writes.Play({});
+        file.memory.ReleaseCache();
+        for (int page = 0; page < 8; ++page) EXPECT_TRUE(file.Has(page, page)) << page;
+        EXPECT_EQ(See::SwapOf(file.memory).Size(), 8 * 1024);
+        ExpectSound(file.memory);
+    }
+}
+
+TEST(VMemFaults, APageThatCannotBeRead) {
+    struct {
+        int page;
+        std::initializer_list<long> steps;
+        char const* halt;
+    } const cases[] = {
+        {50, {-EIO},           kReading},
+        {50, {0},              kReading},
+        {50, {500, 0},         kReading},
+        {50, {-EINVAL},        kSeeking},
+        {50, {500, kPass},     ""      },
+        {50, {500, -EINVAL},   kReading},
+        {33, {-EIO, kPass},    ""      },
+        {33, {2048, 0, kPass}, ""      },
+        {31, {-EIO, -EIO},     kReading},
+    };
+    for (auto const& c : cases) {
+        SCOPED_TRACE(testing::Message() << "page " << c.page << ": " << c.halt);
+        Filled file(100, 10);
+        EXPECT_TRUE(file.Has(32, 32));  // so that 31 and 33 begin a run
+        reads.Play(c.steps);
+        std::string const halt = c.halt[0] ? std::string("VMem, FindPage():\n") + c.halt : "";
+        EXPECT_EQ(HaltOf([&] { file.Has(c.page, c.page); }), halt);
+        ExpectSound(file.memory);
+        reads.Play({});
+        EXPECT_TRUE(file.Has(c.page, c.page));
+    }
+}
+
+// Anything may fail at any time and throw; what stopped is done again, and no byte is wrong in the end.
+TEST(VMemFaults, StopsThatThrowLoseNothing) {
+    constexpr int kPages = 120;
+    Filled file(kPages, 0);
+    std::mt19937 random(11);
+    int values[kPages];
+    for (int i = 0; i < kPages; ++i) values[i] = i;
+    int halts = 0, at = 0;
+    for (int i = 0; i < 20000; ++i) {
+        at = random() % 4 == 0 ? static_cast<int>(random() % kPages)
+                               : (at + (i / 256 % 2 ? 1 : kPages - 1)) % kPages;
+        constexpr long kSteps[] = {kPass, kPass, kPass, -EIO, -ENOSPC, -EINVAL, 0, 700, 2048, 5000};
+        auto const step = [&] { return kSteps[random() % std::size(kSteps)]; };
+        if (random() % 4 == 0) {
+            writes.Play({step(), step(), step()});
+            reads.Play({step(), step()});
+            allocations.Play({random() % 4 ? kPass : -ENOMEM, random() % 4 ? kPass : -ENOMEM});
+        }
+        auto const value = static_cast<int>(random() % 256);
+        auto const kind = random() % 64;
+        std::string const halt = HaltOf([&] {
+            if (kind == 0) return file.memory.FlushCache();
+            if (kind == 1) return file.memory.ReleaseCache();
+            if (kind == 2) return file.memory.SetMaxCacheSize(static_cast<std::int16_t>(random() % 90));
+            if (kind % 2 == 0) return file.Set(at, values[at] = value);
+            ASSERT_TRUE(file.Has(at, values[at])) << "page " << at << ", step " << i;
+        });
+        if (halt.empty()) continue;
+        ++halts;
+        Filled::PassAll();
+        ExpectSound(file.memory);
+        if (kind > 2 && kind % 2 == 0) file.Set(at, value);
+        if (HasFailure()) FAIL() << "step " << i << ": " << halt;
+    }
+    Filled::PassAll();
+    EXPECT_GT(halts, 100);
+    for (int page = 0; page < kPages; ++page) EXPECT_TRUE(file.Has(page, values[page])) << page;
+}
+
+// The nth allocation fails: with "p==NIL", or unnoticed where the memory can do without.
+TEST(VMemFaults, WantOfMemory) {
+    for (std::size_t n = 1;; ++n) {
+        TempDir dir;
+        TString const name = dir.Name("");
+        allocations.Play({});
+        allocations.steps.assign(n, kPass);
+        allocations.steps.back() = -ENOMEM;
+        std::string const halt = HaltOf([&] {
+            VMem memory;
+            memory.SetTempDir(name.c_str());
+            memory.SetMaxCacheSize(200);
+            std::int32_t addr = -1;
+            for (int i = 0; i < 170; ++i) memory.AllocPage(addr);
+            for (std::int32_t i = 0; i < 170; ++i) memory.Set(i * 1024, i);
+            memory.ReleaseCache();
+            for (std::int32_t i = 0, got = -1; i < 170; ++i) {
+                memory.Get(i * 1024, got);
+                EXPECT_EQ(got, i);
+            }
+            ExpectSound(memory);
+        });
+        bool const fired = allocations.calls >= n;
+        allocations.Play({});
+        EXPECT_TRUE(halt.empty() || halt == "VMem, NewCachePtr():\np==NIL") << halt;
+        if (!fired) break;
+        EXPECT_FALSE(n <= 5 && halt.empty()) << "allocation " << n << " is one that a VMem needs";
+    }
+}
+
+TEST(VMemFaults, OnlyATakenNameIsTriedAgain) {
+    struct {
+        std::initializer_list<long> steps;
+        std::size_t calls;
+        bool made;
+    } const cases[] = {
+        {{kPass},                     1, true },
+        {{-EEXIST, -EEXIST, -EEXIST}, 4, true },
+        {{-EACCES},                   1, false},
+        {{-EEXIST, -EMFILE},          2, false},
+        {{-ENOSPC},                   1, false}
+    };
+    for (auto const& c : cases) {
+        Filled file(1);
+        opens.Play(c.steps);
+        std::string const halt = HaltOf([&] { file.memory.FlushCache(); });
+        EXPECT_EQ(halt, c.made ? "" : "VMem, FlushCachePtr():\nswap file creation failed");
+        EXPECT_EQ(opens.calls, c.calls);
+        EXPECT_EQ(file.Dirty(), c.made ? "" : "0 ");
+        ExpectSound(file.memory);
+    }
+}
+
+}  // namespace
+}  // namespace vfile::test
