@@ -20,44 +20,53 @@ bool LibraryIsMapped() {
     return false;
 }
 
-bool UseAndUnload(char const* path) {
-    constexpr int kThreads = 4;
-    constexpr int kRounds = 20;
-    using EditProc = int (*)();
+constexpr int kThreads = 4;
+constexpr int kRounds = 20;
+using EditProc = int (*)();
+
+// Every thread runs through the rounds alike: all wait until the plugin is loaded, use it, and wait until it is
+// unloaded again.
+struct Rounds {
+    std::barrier<> gate{kThreads + 1};
     EditProc edit = nullptr;
     int failures[kThreads] = {};
-    std::barrier gate(kThreads + 1);
 
-    std::vector<std::thread> threads;
-    for (int& failure : failures) {
-        threads.emplace_back([&gate, &edit, &failure] {
-            for (int round = 0; round < kRounds; ++round) {
-                gate.arrive_and_wait();  // loaded
-                if (edit) failure += edit();
-                gate.arrive_and_wait();  // used
-                gate.arrive_and_wait();  // unloaded
-            }
-        });
+    void UsePlugin(int& failure) {
+        for (int round = 0; round < kRounds; ++round) {
+            gate.arrive_and_wait();
+            if (edit) failure += edit();
+            gate.arrive_and_wait();
+            gate.arrive_and_wait();
+        }
     }
 
-    bool sound = true;
-    for (int round = 0; round < kRounds; ++round) {
+    // False when something went wrong on the calling thread, which loads and unloads.
+    bool LoadAndUnload(char const* path) {
         void* plugin = dlopen(path, RTLD_NOW | RTLD_LOCAL);
         if (!plugin) std::fprintf(stderr, "%s\n", dlerror());
         edit = plugin ? reinterpret_cast<EditProc>(dlsym(plugin, "EditSomeFiles")) : nullptr;
-        sound = sound && edit && LibraryIsMapped();
+        bool sound = edit && LibraryIsMapped();
         gate.arrive_and_wait();
         if (edit && edit() != 0) sound = false;
         gate.arrive_and_wait();
         if (plugin) dlclose(plugin);
-        if (LibraryIsMapped()) {
-            std::fprintf(stderr, "round %d: the library is still there\n", round);
-            sound = false;
-        }
+        bool const gone = !LibraryIsMapped();
+        if (!gone) std::fprintf(stderr, "the library is still there\n");
         gate.arrive_and_wait();
+        return sound && gone;
     }
+};
+
+bool UseAndUnload(char const* path) {
+    Rounds rounds;
+    std::vector<std::thread> threads;
+    for (int& failure : rounds.failures) {
+        threads.emplace_back([&rounds, &failure] { rounds.UsePlugin(failure); });
+    }
+    bool sound = true;
+    for (int round = 0; round < kRounds; ++round) sound = rounds.LoadAndUnload(path) && sound;
     for (std::thread& thread : threads) thread.join();
-    for (int failure : failures) sound = sound && failure == 0;
+    for (int failure : rounds.failures) sound = sound && failure == 0;
     return sound;
 }
 
