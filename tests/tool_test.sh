@@ -1,0 +1,98 @@
+#!/usr/bin/env bash
+# Runs the program against what head, tail and cat make of the same bytes: tool_test.sh PROGRAM
+set -u
+export vfile=$1 LC_ALL=C
+dir=$(mktemp -d) && cd "$dir" || exit 1
+trap 'rm -rf "$dir"' EXIT
+failures=0
+
+wrong() {
+    echo "FAILED: $1: $2" >&2
+    failures=$((failures + 1))
+}
+
+# same REFERENCE COMMAND: both give the same bytes, the command nothing else.
+same() {
+    (eval "$1") >want 2>/dev/null
+    (eval "$2") >got 2>said
+    local status=$?
+    [[ $status == 0 ]] || wrong "$2" "status $status"
+    [[ ! -s said ]] || wrong "$2" "said $(<said)"
+    cmp -s want got || wrong "$2" "other bytes than $1"
+}
+
+# fails LINE COMMAND: status 2, nothing on standard output, and LINE, a pattern, first on standard error.
+fails() {
+    (eval "$2") >got 2>said
+    local status=$?
+    [[ $status == 2 ]] || wrong "$2" "status $status"
+    [[ ! -s got ]] || wrong "$2" "gave $(head -c 80 got)"
+    # shellcheck disable=SC2053
+    [[ $(head -n 1 said) == $1 ]] || wrong "$2" "said $(<said)"
+}
+
+head -c 9000001 /dev/urandom >big
+printf 'hello world' >small
+: >empty
+mkdir folder
+noUtf8=$(printf 'caf\351')
+cp small "$noUtf8"
+printf '\357\273\277x' >marked
+printf '\376\377' >marked16
+
+for range in '0 0' '0 1' '1023 2' '4194303 2' '5 4194304' '0 9000001' '8999999 7' '9000001 1' '9999999 5' '7 2000000000'; do
+    read -r at len <<<"$range"
+    same "tail -c +$((at + 1)) big | head -c $len" "\$vfile cut big --at $at --len $len"
+    same "head -c $at big; tail -c +$((at + len + 1)) big" "\$vfile delete big --at $at --len $len -o out && cat out"
+    same "head -c $at big; cat small; tail -c +$((at + 1)) big" "\$vfile insert big --at $at --from small -o - --cache 0"
+done
+
+same 'cat big' '$vfile cut - --at 0 --len 99999999999999999999 <big'
+same 'cat big big' 'cat big | $vfile insert - --at 0 --from big -o - | cat'
+same 'cat big big' 'cat big | $vfile --tmp . insert big --at 9000001 --from - -o -'
+same 'printf "hello, world"' '$vfile insert small --at 5 --text , -o -'
+same 'printf -- "-ohello world"' '$vfile insert small --text -o --at 0 -o -'
+same 'cat small' '$vfile insert small --at 5 --text "" -o -'
+same 'cat small' '$vfile insert empty --at 1g --from small -o -'
+same 'cat small' '$vfile cut "$noUtf8" --at 0 --len 1K'
+same 'tail -c +4097 big | head -c 1048576' '$vfile cut big --at 4k --len 1M'
+same 'printf "hello"' 'cp small s && $vfile delete s --at 5 --len 6 -o s && cat s'
+same 'printf "abc" | cat - big' 'cp big s && $vfile insert s --text abc --at 0 -o s && cat s'
+same 'printf "name   small\nbytes  11\n"' '$vfile info small'
+same 'printf "name   empty\nbytes  0 (empty)\n"' '$vfile info empty'
+same 'printf "name   -\nbytes  9000001\n"' 'cat big | $vfile info -'
+same 'printf "name   marked\nbytes  4\nmark   UTF-8\n"' '$vfile info marked'
+same 'printf "name   marked16\nbytes  2\nmark   UTF-16, high byte first\n"' '$vfile info marked16'
+same 'echo Usage:' '$vfile insert --help | grep -o Usage:'
+
+fails 'vfile: missing: not found' '$vfile info missing'
+fails 'vfile: missing: not found' '$vfile insert small --from missing --at 0 -o -'
+fails 'vfile: no/such: illegal path' '$vfile info no/such'
+fails 'vfile: small/x: unknown path' '$vfile info small/x'
+fails 'vfile: folder: no permission' '$vfile cut folder --at 0 --len 1'
+fails 'vfile: folder: no permission' '$vfile delete small --at 0 --len 1 -o folder'
+fails 'vfile: no/such: illegal path' '$vfile delete small --at 0 --len 1 -o no/such'
+fails 'vfile: /dev/full: disk full (partly written)' '$vfile insert small --at 0 --text x -o /dev/full'
+fails 'vfile: standard output: disk full' '$vfile cut small --at 0 --len 5 >/dev/full'
+fails 'vfile: standard output: no permission' '$vfile --cache 0 cut big --at 0 --len 5 >&-'
+fails 'vfile: standard input: no permission' '$vfile info - <&-'
+fails 'vfile: out: disk full (partly written)' 'ulimit -f 1000; $vfile insert big --at 0 --text x -o out --cache 20000'
+fails 'vfile: VMem, *' '(ulimit -f 0; $vfile --cache 0 info big 2>&1) | cat >&2; exit ${PIPESTATUS[0]}'
+fails 'vfile: *too long' 'truncate -s 2G huge && $vfile info huge'
+rm -f huge
+for usage in '' bogus info 'info small small' 'cut small --at 1' 'cut small --at -1 --len 2' 'cut small --at 1 --len -2' \
+    'cut small --at 1x --len 2' 'cut small --at "" --len 2' 'cut small --at k --len 2' 'cut small --at 1kk --len 2' \
+    'insert small --at 0 -o out' 'insert small --at 0 --text a --from small -o out' 'insert small --at 0 --text a' \
+    'insert - --at 0 --from - -o out' '--cache -1 info small' '--cache 32768 info small' '--tmp small info small' \
+    'info small --bogus'; do
+    rm -f out
+    fails 'vfile: ?*' "\$vfile $usage </dev/null"
+    [[ ! -e out ]] || wrong "$usage" "made a file"
+done
+
+# A reader that has enough ends the program, and no failure is invented.
+$vfile cut big --at 0 --len 9000001 2>said | head -c 1 >/dev/null
+[[ ! -s said ]] || wrong "cut | head" "said $(<said)"
+
+[[ $failures == 0 ]] && echo "all as it should be"
+exit $((failures > 0))

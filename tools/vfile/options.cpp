@@ -1,0 +1,126 @@
+#include "options.h"
+
+#include <vfile.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <string_view>
+
+#include "exit_status.h"
+#include "report.h"
+#include "streams.h"
+
+namespace vfile::tool {
+namespace {
+
+// Digits and perhaps one of k, m, g for a power of 1024. False for anything else, a sign included. What is more than
+// a virtual file can hold means its end like any other place behind it.
+bool ParseSize(std::string const& text, std::int32_t& size) {
+    char const* const end = text.data() + text.size();
+    std::uint64_t number = 0;
+    auto const [rest, error] = std::from_chars(text.data(), end, number);
+    if (error == std::errc::invalid_argument) return false;
+    if (error != std::errc{}) number = MaxLen;  // too many digits
+    number = std::min<std::uint64_t>(number, MaxLen);
+    if (rest != end) {
+        constexpr std::string_view kSuffixes = "kmgKMG";
+        auto const which = kSuffixes.find(*rest);
+        if (which == std::string_view::npos || rest + 1 != end) return false;
+        number <<= 10 * (which % 3 + 1);
+    }
+    size = static_cast<std::int32_t>(std::min<std::uint64_t>(number, MaxLen));
+    return true;
+}
+
+void AddSize(CLI::App& app, char const* flag, std::int32_t& size, char const* help) {
+    auto const store = [&size, flag](std::string const& given) {
+        if (!ParseSize(given, size)) throw CLI::ConversionError(given, flag);
+    };
+    app.add_option_function<std::string>(flag, store, help)->required()->type_name("BYTES");
+}
+
+void AddFile(CLI::App& app, Options& options) {
+    app.add_option("FILE", options.file, "the file to read, - for standard input")->required()->type_name("");
+}
+
+void AddOutput(CLI::App& app, Options& options) {
+    app.add_option(
+           "-o,--output", options.output,
+           "the file to write, - for standard output; may be FILE itself, which has been read by then")
+        ->required()
+        ->type_name("OUT");
+}
+
+CLI::App& AddCommand(CLI::App& app, Options& options, char const* name, Options::Command command,
+                     char const* help) {
+    CLI::App* const sub = app.add_subcommand(name, help);
+    sub->callback([&options, command] { options.command = command; });
+    AddFile(*sub, options);
+    return *sub;
+}
+
+void AddCommands(CLI::App& app, Options& options) {
+    using Command = Options::Command;
+    AddCommand(app, options, "info", Command::kInfo, "Tell the size of a file and its byte-order mark");
+
+    CLI::App& cut =
+        AddCommand(app, options, "cut", Command::kCut, "Write a range of a file to standard output");
+    AddSize(cut, "--at", options.at, "where the range starts");
+    AddSize(cut, "--len", options.len, "how long it is");
+
+    CLI::App& insert =
+        AddCommand(app, options, "insert", Command::kInsert, "Insert a text or a file into a file");
+    AddSize(insert, "--at", options.at, "where to insert");
+    CLI::Option_group* const source = insert.add_option_group("source", "What to insert");
+    source->add_option("--text", options.text, "this text, byte for byte")->type_name("TEXT");
+    source->add_option("--from", options.from, "all of this file, - for standard input")->type_name("FILE");
+    source->require_option(1);
+    AddOutput(insert, options);
+
+    CLI::App& del = AddCommand(app, options, "delete", Command::kDelete, "Delete a range of a file");
+    AddSize(del, "--at", options.at, "where the range starts");
+    AddSize(del, "--len", options.len, "how long it is");
+    AddOutput(del, options);
+}
+
+void AddSettings(CLI::App& app, Options& options) {
+    app.add_option("--cache", options.cacheKilobytes, "memory to use for the bytes of files, in kilobytes")
+        ->check(CLI::Range(0, INT16_MAX).description(""))
+        ->type_name("KB");
+    app.add_option("--tmp", options.tempDir, "directory for what does not fit into it")
+        ->check(CLI::Validator(CLI::ExistingDirectory).description(""))
+        ->type_name("DIR");
+    app.set_version_flag("--version", "vfile " VFILE_VERSION);
+}
+
+}  // namespace
+
+std::optional<int> ParseOptions(int argc, char const* const* argv, Options& options) {
+    CLI::App app("Looks at files and edits them by position, with little memory whatever their size.",
+                 "vfile");
+    app.footer(
+        "Positions count bytes from 0; one behind the end of a file means its end. BYTES is a number, with "
+        "k, m\n"
+        "or g behind it in units of 1024, 1024^2 or 1024^3.\n"
+        "Exit status: 0 done, 1 nothing found, 2 failure or wrong usage.");
+    app.require_subcommand(1);
+    app.fallthrough();
+    AddSettings(app, options);
+    AddCommands(app, options);
+    try {
+        app.parse(argc, argv);
+        if (options.file == kStandardStream && options.from == kStandardStream) {
+            throw CLI::ValidationError("--from", "standard input is FILE already");
+        }
+    } catch (CLI::ParseError const& error) {
+        if (error.get_exit_code() == 0) return app.exit(error) == 0 ? kDone : kFailed;
+        ReportText(std::string(error.what()) +
+                   "\nRun 'vfile --help' or 'vfile COMMAND --help' for its usage.");
+        return kFailed;
+    }
+    return std::nullopt;
+}
+
+}  // namespace vfile::tool

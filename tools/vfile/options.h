@@ -1,0 +1,29 @@
+// What the user asked for.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace vfile::tool {
+
+struct Options {
+    enum class Command { kInfo, kCut, kInsert, kDelete };
+
+    Command command = Command::kInfo;
+    std::string file;    // read whole; "-" is standard input
+    std::string output;  // written whole; "-" is standard output
+    std::int32_t at = 0;
+    std::int32_t len = 0;
+    std::optional<std::string> text;  // one of these two goes in
+    std::optional<std::string> from;
+
+    std::optional<std::int16_t> cacheKilobytes;
+    std::string tempDir;  // empty for the usual ones
+};
+
+// Fills `options` from the arguments. Gives the exit status when the program is to end here: help was asked for
+// and given, or wrong usage reported.
+std::optional<int> ParseOptions(int argc, char const* const* argv, Options& options);
+
+}  // namespace vfile::tool
