@@ -57,9 +57,10 @@ TChar const* TLS_GetTempDir() { return Pointer<TChar>(kTempDirSlot); }
 void TLS_SetTempDir(TChar* dir) { SetPointer(kTempDirSlot, dir); }
 
 void TLS_CopyTempDir(TChar const* dir) {
-    TChar* const copy = CopyOf(dir);  // before the old one goes, which `dir` may be
-    std::free(Pointer<TChar>(kTempDirSlot));
-    TLS_SetTempDir(copy);
+    auto* const old = Pointer<TChar>(kTempDirSlot);
+    if (!Slots_IsThreadInitialized()) return;  // nobody would keep the copy
+    TLS_SetTempDir(CopyOf(dir));               // before the old one goes, which `dir` may be
+    std::free(old);
 }
 
 std::int16_t TLS_GetMaxCacheSize() { return static_cast<std::int16_t>(Word(kMaxCacheSizeSlot)); }
