@@ -5,6 +5,8 @@
 #include <vfile/halt.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace vfile::test {
 
@@ -20,6 +22,27 @@ public:
     ~CatchHalts() { DeinstallHaltProc(); }
     CatchHalts(CatchHalts const&) = delete;
     CatchHalts& operator=(CatchHalts const&) = delete;
+};
+
+// Notes the messages of halts and lets the stopping operation go on.
+class NoteHalts {
+public:
+    NoteHalts() {
+        Noted().clear();
+        InstallHaltProc([](TChar const* message) { Noted().emplace_back(message); });
+    }
+    ~NoteHalts() { DeinstallHaltProc(); }
+    NoteHalts(NoteHalts const&) = delete;
+    NoteHalts& operator=(NoteHalts const&) = delete;
+
+    // What was noted since the last call.
+    std::vector<TString> Take() { return std::exchange(Noted(), {}); }
+
+private:
+    static std::vector<TString>& Noted() {
+        static thread_local std::vector<TString> noted;
+        return noted;
+    }
 };
 
 // The message of the halt that `action` runs into, empty when it does not.
