@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # Runs the program against what head, tail and cat make of the same bytes: tool_test.sh PROGRAM
+# shellcheck disable=SC2016  # commands are written as text and run by eval
 set -u
 export vfile=$1 LC_ALL=C
 dir=$(mktemp -d) && cd "$dir" || exit 1
