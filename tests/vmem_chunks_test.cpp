@@ -3,8 +3,8 @@
 #include <vfile/vmem.h>
 
 #include <cstring>
-#include <initializer_list>
 #include <numeric>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -16,193 +16,108 @@ namespace {
 
 using See = VMemInspector;
 
-enum Op { kAlloc, kFree, kPage, kFreePage };
-constexpr std::int32_t kAny = -2;
-
-// `addr` is what an allocation must give, and what a release gives back.
-struct Move {
-    Op op;
-    std::int32_t addr;
-    int len = 1024;
-};
-
-void Play(VMem& memory, Move const& move) {
-    auto const len = static_cast<std::int16_t>(move.len);
-    std::int32_t addr = move.op == kFree || move.op == kFreePage ? move.addr : kAny;
-    switch (move.op) {
-        case kAlloc:
-            memory.Alloc(addr, len);
-            break;
-        case kFree:
-            memory.Dealloc(addr, len);
-            break;
-        case kPage:
-            memory.AllocPage(addr);
-            break;
-        case kFreePage:
-            memory.DeallocPage(addr);
-            break;
+// Plays moves: "a10=0" allocates 10 bytes and must get 0, "f10@0" frees them; "p=0" and "d@0" do so with a page.
+// Addresses count from `base`.
+void Play(VMem& memory, std::string const& moves, std::int32_t base) {
+    std::istringstream words(moves);
+    for (std::string word; words >> word;) {
+        int len = 1024, at = 0;
+        bool const ofPage = word[0] == 'p' || word[0] == 'd';
+        if (!ofPage) len = std::stoi(word.substr(1));
+        at = base + std::stoi(word.substr(word.find_first_of("=@") + 1));
+        std::int32_t addr = at;
+        bool const releases = word.find('@') != std::string::npos;
+        if (ofPage) {
+            releases ? memory.DeallocPage(addr) : memory.AllocPage(addr);
+        } else {
+            auto const bytes = static_cast<std::int16_t>(len);
+            releases ? memory.Dealloc(addr, bytes) : memory.Alloc(addr, bytes);
+        }
+        EXPECT_EQ(addr, releases ? -1 : at) << word;
     }
-    bool const released = move.op == kFree || move.op == kFreePage;
-    EXPECT_EQ(addr, released ? -1 : move.addr)
-        << "op " << move.op << " of " << move.len << " at " << move.addr;
 }
 
-// The lists that hold something, as "number:length*count@head".
-std::string Lists(VMem const& memory) {
+// The lists that hold something, those of 2000 bytes and more left out: "length*count@head", "page" for free pages.
+std::string Lists(VMem const& memory, std::int32_t base) {
     std::string text;
     for (int list = -1; list <= See::NumLists(memory); ++list) {
-        if (See::Count(memory, list) == 0) continue;
-        int const len = list < 0 ? 1024 : See::FreeLen(memory, list);
-        text += (list < 0 ? "page" : std::to_string(list) + ":" + std::to_string(len)) + "*" +
-                std::to_string(See::Count(memory, list)) + "@" + std::to_string(See::Head(memory, list)) +
-                " ";
+        if (See::Count(memory, list) == 0 || (list > 3 && See::FreeLen(memory, list) >= 2000)) continue;
+        text += list < 0 ? "page" : std::to_string(See::FreeLen(memory, list));
+        text += "*" + std::to_string(See::Count(memory, list)) + "@" +
+                std::to_string(See::Head(memory, list) - base) + " ";
     }
     return text;
 }
 
-// Fills the thirteen lists that can be made, so that releases go to the general list: chunks of 2000 to 2012 bytes
-// with 10 bytes above, which keep the range from shrinking.
-void TakeAllLists(VMem& memory) {
-    std::vector<std::int32_t> addrs(13);
-    std::int32_t above = -1;
-    for (int i = 0; i < 13; ++i)
-        memory.Alloc(addrs[static_cast<std::size_t>(i)], static_cast<std::int16_t>(2000 + i));
-    memory.Alloc(above, 10);
-    for (int i = 0; i < 13; ++i)
-        memory.Dealloc(addrs[static_cast<std::size_t>(i)], static_cast<std::int16_t>(2000 + i));
+// Fills the thirteen lists that can be made, so that releases go to the general list.
+std::int32_t TakeAllLists(VMem& memory) {
+    std::int32_t addrs[13], above = -1;
+    for (int i = 0; i < 13; ++i) memory.Alloc(addrs[i], static_cast<std::int16_t>(2000 + i));
+    memory.Alloc(above, 10);  // keeps the range from shrinking
+    for (int i = 0; i < 13; ++i) memory.Dealloc(addrs[i], static_cast<std::int16_t>(2000 + i));
+    return above + 10;
 }
-constexpr std::int32_t kBase = 13 * 2006 + 10;  // where the range ends then
-constexpr char const* kMade =
-    "4:2000*1@0 5:2001*1@2000 6:2002*1@4001 7:2003*1@6003 8:2004*1@8006 9:2005*1@10010 10:2006*1@12015 "
-    "11:2007*1@14021 12:2008*1@16028 13:2009*1@18036 14:2010*1@20045 15:2011*1@22055 16:2012*1@24066 ";
 
 struct Case {
     char const* what;
-    bool general;  // all lists taken first
-    std::vector<Move> moves;
-    std::int32_t maxAddress;
-    std::string lists;
+    char const* moves;
+    std::int32_t end;  // of the range
+    char const* lists;
 };
 
-TEST(VMemChunks, WhatIsHandedOutAndKept) {
-    std::string const made = kMade;
-    std::int32_t const b = kBase;
-    Case const cases[] = {
-        {"from the range",                         false, {{kAlloc, 0, 10}, {kAlloc, 10, 10}},                                           20,   ""                   },
-        {"at least four bytes",
-         false,                                           {{kAlloc, 0, 1}, {kAlloc, 4, 3}, {kAlloc, 8, 4}, {kAlloc, 12, 5}},
-         17,                                                                                                                                   ""                   },
-        {"the top goes back",
-         false,                                           {{kAlloc, 0, 10}, {kAlloc, 10, 7}, {kFree, 10, 7}, {kAlloc, 10, 8}},
-         18,                                                                                                                                   ""                   },
-        {"a short top goes back whole",            false, {{kAlloc, 0, 2}, {kFree, 0, 2}},                                               0,    ""                   },
-        {"the chunk below the top stays",
-         false,                                           {{kAlloc, 0, 10}, {kAlloc, 10, 10}, {kFree, 0, 10}, {kFree, 10, 10}},
-         10,                                                                                                                                   "4:10*1@0 "          },
-        {"pages",
-         false,                                           {{kPage, 0}, {kPage, 1024}, {kPage, 2048}, {kFreePage, 0}, {kFreePage, 1024}},
-         3072,                                                                                                                                 "page*2@1024 "       },
-        {"the last freed page comes first",
-         false,                                           {{kPage, 0},
-          {kPage, 1024},
-          {kPage, 2048},
-          {kFreePage, 0},
-          {kFreePage, 1024},
-          {kPage, 1024},
-          {kAlloc, 0, 1024}},
-         3072,                                                                                                                                 ""                   },
-        {"the page below the top stays",
-         false,                                           {{kPage, 0}, {kPage, 1024}, {kFreePage, 0}, {kFreePage, 1024}},
-         1024,                                                                                                                                 "page*1@0 "          },
-        {"a chunk on a boundary is a page",
-         false,                                           {{kAlloc, 0, 1024}, {kAlloc, 1024, 9}, {kFree, 0, 1024}, {kPage, 0}},
-         1033,                                                                                                                                 ""                   },
-        {"gap of 924",                             false, {{kAlloc, 0, 100}, {kPage, 1024}},                                             2048, "0:0*1@100 "         },
-        {"gap of 4",                               false, {{kAlloc, 0, 1020}, {kPage, 1024}},                                            2048, "1:4*1@1020 "        },
-        {"gap of 5",                               false, {{kAlloc, 0, 1019}, {kPage, 1024}},                                            2048, "2:5*1@1019 "        },
-        {"gap of 6",                               false, {{kAlloc, 0, 1018}, {kPage, 1024}},                                            2048, "0:0*1@1018 "        },
-        {"gap of 1",                               false, {{kAlloc, 0, 1023}, {kPage, 2048}},                                            3072, "0:0*1@1023 "        },
-        {"gap of 3",                               false, {{kAlloc, 0, 1021}, {kPage, 2048}},                                            3072, "0:0*1@1021 "        },
-        {"a list comes and goes",
-         false,                                           {{kAlloc, 0, 100}, {kAlloc, 100, 4}, {kFree, 0, 100}, {kAlloc, 0, 100}},
-         104,                                                                                                                                  ""                   },
-        {"an emptied list moves those above down",
-         false,                                           {{kAlloc, 0, 10},
-          {kAlloc, 10, 11},
-          {kAlloc, 21, 12},
-          {kAlloc, 33, 4},
-          {kFree, 0, 10},
-          {kFree, 10, 11},
-          {kFree, 21, 12},
-          {kAlloc, 10, 11}},
-         37,                                                                                                                                   "4:10*1@0 5:12*1@21 "},
-        {"permanent lists stay",
-         false,                                           {{kAlloc, 0, 4},
-          {kAlloc, 4, 5},
-          {kAlloc, 9, 1024},
-          {kAlloc, 1033, 4},
-          {kFree, 0, 4},
-          {kFree, 4, 5},
-          {kFree, 9, 1024},
-          {kAlloc, 9, 1024},
-          {kAlloc, 0, 2}},
-         1037,                                                                                                                                 "2:5*1@4 "           },
-        {"1024 off the boundary, from the range",  false, {{kAlloc, 0, 9}, {kAlloc, 9, 1024}},                                           1033, ""                   },
-        {"the fourteenth length",
-         true,                                            {{kAlloc, b, 60}, {kAlloc, b + 60, 4}, {kFree, b, 60}},
-         b + 64,
-         "0:0*1@" + std::to_string(b) + " " + made                                                                                                                  },
-        {"cut with a rest of 10",
-         true,                                            {{kAlloc, b, 60}, {kAlloc, b + 60, 4}, {kFree, b, 60}, {kAlloc, b, 50}},
-         b + 64,
-         "0:0*1@" + std::to_string(b + 50) + " " + made                                                                                                             },
-        {"cut with a rest of 4",
-         true,                                            {{kAlloc, b, 54}, {kAlloc, b + 54, 4}, {kFree, b, 54}, {kAlloc, b, 50}},
-         b + 58,
-         "1:4*1@" + std::to_string(b + 50) + " " + made                                                                                                             },
-        {"a rest of 3 is no rest",
-         true,                                            {{kAlloc, b, 53}, {kAlloc, b + 53, 4}, {kFree, b, 53}, {kAlloc, b + 57, 50}},
-         b + 107,
-         "0:0*1@" + std::to_string(b) + " " + made                                                                                                                  },
-        {"the largest is cut, the first of two",
-         true,                                            {{kAlloc, b, 60},
-          {kAlloc, b + 60, 4},
-          {kAlloc, b + 64, 60},
-          {kAlloc, b + 124, 20},
-          {kAlloc, b + 144, 4},
-          {kFree, b, 60},
-          {kFree, b + 64, 60},
-          {kFree, b + 124, 20},
-          {kAlloc, b + 64, 10}},
-         b + 148,
-         "0:0*3@" + std::to_string(b + 74) + " " + made                                                                                                             },
-        {"an exact one behind a larger",
-         true,                                            {{kAlloc, b, 20},
-          {kAlloc, b + 20, 4},
-          {kAlloc, b + 24, 60},
-          {kAlloc, b + 84, 4},
-          {kFree, b, 20},
-          {kFree, b + 24, 60},
-          {kAlloc, b, 20}},
-         b + 88,
-         "0:0*1@" + std::to_string(b + 24) + " " + made                                                                                                             },
-    };
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.what);
-        VMem memory;
-        if (c.general) TakeAllLists(memory);
-        for (Move const& move : c.moves) Play(memory, move);
-        EXPECT_EQ(See::MaxAddress(memory), c.maxAddress);
-        EXPECT_EQ(Lists(memory), c.lists);
-        char const* const rule = BrokenRule(memory);
-        EXPECT_EQ(rule, nullptr) << rule;
+constexpr Case kCases[] = {
+    {"from the range",                        "a10=0 a10=10",                                             20,   ""            },
+    {"at least four bytes",                   "a1=0 a3=4 a4=8 a5=12",                                     17,   ""            },
+    {"the top goes back",                     "a10=0 a7=10 f7@10 a8=10",                                  18,   ""            },
+    {"a short top goes back whole",           "a2=0 f2@0",                                                0,    ""            },
+    {"the chunk below the top stays",         "a10=0 a10=10 f10@0 f10@10",                                10,   "10*1@0 "     },
+    {"pages",                                 "p=0 p=1024 p=2048 d@0 d@1024",                             3072, "page*2@1024 "},
+    {"the last freed page comes first",       "p=0 p=1024 p=2048 d@0 d@1024 p=1024 a1024=0",              3072, ""            },
+    {"the page below the top stays",          "p=0 p=1024 d@0 d@1024",                                    1024, "page*1@0 "   },
+    {"a chunk on a boundary is a page",       "a1024=0 a9=1024 f1024@0 p=0",                              1033, ""            },
+    {"gap of 924",                            "a100=0 p=1024",                                            2048, "0*1@100 "    },
+    {"gap of 4",                              "a1020=0 p=1024",                                           2048, "4*1@1020 "   },
+    {"gap of 5",                              "a1019=0 p=1024",                                           2048, "5*1@1019 "   },
+    {"gap of 6",                              "a1018=0 p=1024",                                           2048, "0*1@1018 "   },
+    {"gap of 1",                              "a1023=0 p=2048 a1015=3072 a10=1023",                       4087, "0*1@1033 "   },
+    {"gap of 3",                              "a1021=0 p=2048",                                           3072, "0*1@1021 "   },
+    {"a list comes and goes",                 "a100=0 a4=100 f100@0 a100=0",                              104,  ""            },
+    {"those above an emptied list move down", "a10=0 a11=10 a12=21 a4=33 f10@0 f11@10 f12@21 a11=10",     37,
+     "10*1@0 12*1@21 "                                                                                                        },
+    {"permanent lists stay",                  "a4=0 a5=4 a1024=9 a4=1033 f4@0 f5@4 f1024@9 a1024=9 a2=0", 1037, "5*1@4 "      },
+    {"1024 off the boundary, from the range", "a9=0 a1024=9",                                             1033, ""            },
+};
 
-        memory.DeallocAll();
-        EXPECT_EQ(Lists(memory), "");
-        EXPECT_EQ(See::NumLists(memory), 3);
-        Play(memory, {kAlloc, 0, 10});
-    }
+// The same, when all lists are taken.
+constexpr Case kGeneralCases[] = {
+    {"the fourteenth length",               "a60=0 a4=60 f60@0",                                             64,  "0*1@0 " },
+    {"cut with a rest of 10",               "a60=0 a4=60 f60@0 a50=0 a10=50",                                64,  ""       },
+    {"cut with a rest of 4",                "a54=0 a4=54 f54@0 a50=0",                                       58,  "4*1@50 "},
+    {"a rest of 3 is no rest",              "a53=0 a4=53 f53@0 a50=57",                                      107, "0*1@0 " },
+    {"the first of the two largest is cut", "a60=0 a4=60 a60=64 a20=124 a4=144 f60@0 f60@64 f20@124 a10=64",
+     148,                                                                                                         "0*3@74 "},
+    {"an exact one behind a larger",        "a20=0 a4=20 a60=24 a4=84 f20@0 f60@24 a20=0",                   88,  "0*1@24 "},
+};
+
+void ExpectResult(Case const& c, bool general) {
+    SCOPED_TRACE(c.what);
+    VMem memory;
+    std::int32_t const base = general ? TakeAllLists(memory) : 0;
+    Play(memory, c.moves, base);
+    EXPECT_EQ(See::MaxAddress(memory), base + c.end);
+    EXPECT_EQ(Lists(memory, base), c.lists);
+    EXPECT_TRUE(!general || See::NumLists(memory) == 16);
+    char const* const rule = BrokenRule(memory);
+    EXPECT_EQ(rule, nullptr) << rule;
+
+    memory.DeallocAll();
+    EXPECT_EQ(See::NumLists(memory), 3);
+    Play(memory, "a10=0 p=1024", 0);
+}
+
+TEST(VMemChunks, WhatIsHandedOutAndKept) {
+    for (Case const& c : kCases) ExpectResult(c, false);
+    for (Case const& c : kGeneralCases) ExpectResult(c, true);
 }
 
 TEST(VMemChunks, TheRangeEndsBeforeTheAddressesDo) {

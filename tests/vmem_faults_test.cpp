@@ -90,50 +90,33 @@ TEST(VMemCalls, TransfersAreLarge) {
     ExpectSound(file.memory);
 }
 
-constexpr char const* kWriting = "writing on swap file failed (disk full?)";
-constexpr char const* kSeeking = "seeking in swap file failed";
-constexpr char const* kReading = "reading from swap file failed";
+constexpr char const* kAll = "7 6 5 4 3 2 1 0 ";
+constexpr char const* kExtendFull = "VMem, ExtendFile():\nwriting on swap file failed (disk full?)";
+constexpr char const* kFlushFull = "VMem, FlushCachePtr():\nwriting on swap file failed (disk full?)";
+constexpr char const* kExtendSeek = "VMem, ExtendFile():\nseeking in swap file failed";
+constexpr char const* kFlushSeek = "VMem, FlushCachePtr():\nseeking in swap file failed";
+constexpr char const* kFindSeek = "VMem, FindPage():\nseeking in swap file failed";
+constexpr char const* kFindRead = "VMem, FindPage():\nreading from swap file failed";
 
-// Pages 0 to 7 are dirty, page 7 the newest, and page 5 has just been flushed where `hole` says so.
+// Pages 0 to 7 are dirty, page 7 the newest. With `hole` they are in the file already and page 5 is clean.
 TEST(VMemFaults, WhatWasWrittenIsCleanAndNothingIsLost) {
     struct {
         char const* what;
         bool hole;
-        std::initializer_list<long> steps;
-        std::string halt, dirty;
+        std::vector<long> steps;
+        char const *halt, *dirty;
     } const cases[] = {
-        {"the run goes in one call",                 false, {kPass, -EIO},                     "", ""},
-        {"the page alone after the run was refused", false, {-EIO, kPass, kPass, kPass, -EIO}, "", ""},
-        {"the page alone after the run fell short",  false, {3172, -ENOSPC},                   "", ""},
-        {"a write of no byte",                       false, {0, kPass, kPass},                 "", ""},
-        {"the run got as far as the page",
-         true,                                              {2048, -EIO, 0, 500, -EIO},
-         std::string("FlushCachePtr():\n") + kWriting,
-         "4 3 2 1 0 "                                                                                },
-        {"short, then full",
-         false,                                             {3172, -ENOSPC, -ENOSPC},
-         std::string("ExtendFile():\n") + kWriting,
-         "7 6 5 4 3 "                                                                                },
-        {"full when the file grows",
-         false,                                             {-ENOSPC, 2048, -ENOSPC},
-         std::string("ExtendFile():\n") + kWriting,
-         "7 6 5 4 3 2 1 0 "                                                                          },
-        {"full at the page itself",
-         false,                                             {-ENOSPC, kPass, -ENOSPC},
-         std::string("FlushCachePtr():\n") + kWriting,
-         "7 6 5 4 3 2 1 0 "                                                                          },
-        {"short at the page itself",
-         false,                                             {-ENOSPC, kPass, 1023, -ENOSPC},
-         std::string("FlushCachePtr():\n") + kWriting,
-         "7 6 5 4 3 2 1 0 "                                                                          },
-        {"no such position",
-         false,                                             {-EINVAL, -EINVAL},
-         std::string("ExtendFile():\n") + kSeeking,
-         "7 6 5 4 3 2 1 0 "                                                                          },
-        {"no such position for the page",
-         false,                                             {-EINVAL, kPass, -EINVAL},
-         std::string("FlushCachePtr():\n") + kSeeking,
-         "7 6 5 4 3 2 1 0 "                                                                          },
+        {"the run goes in one call",        false, {kPass, -EIO},                     "",          ""          },
+        {"the page alone, the run refused", false, {-EIO, kPass, kPass, kPass, -EIO}, "",          ""          },
+        {"the page alone, the run short",   false, {3172, -ENOSPC},                   "",          ""          },
+        {"a write of no byte",              false, {0, kPass, kPass},                 "",          ""          },
+        {"the next run fails",              true,  {2048, -EIO, 0, 500, -EIO},        kFlushFull,  "4 3 2 1 0 "},
+        {"short, then full",                false, {3172, -ENOSPC, -ENOSPC},          kExtendFull, "7 6 5 4 3 "},
+        {"full when the file grows",        false, {-ENOSPC, 2048, -ENOSPC},          kExtendFull, kAll        },
+        {"full at the page itself",         false, {-ENOSPC, kPass, -ENOSPC},         kFlushFull,  kAll        },
+        {"short at the page itself",        false, {-ENOSPC, kPass, 1023, -ENOSPC},   kFlushFull,  kAll        },
+        {"no such position",                false, {-EINVAL, -EINVAL},                kExtendSeek, kAll        },
+        {"no such position for the page",   false, {-EINVAL, kPass, -EINVAL},         kFlushSeek,  kAll        },
     };
     for (auto const& c : cases) {
         SCOPED_TRACE(c.what);
@@ -143,7 +126,7 @@ TEST(VMemFaults, WhatWasWrittenIsCleanAndNothingIsLost) {
             for (int page : {0, 1, 2, 3, 4, 6, 7}) file.Set(page, page);
         }
         writes.Play(c.steps);
-        EXPECT_EQ(HaltOf([&] { file.memory.FlushCache(); }), c.halt.empty() ? "" : "VMem, " + c.halt);
+        EXPECT_EQ(HaltOf([&] { file.memory.FlushCache(); }), c.halt);
         EXPECT_EQ(file.Dirty(), c.dirty);
         ExpectSound(file.memory);
 
@@ -158,26 +141,24 @@ TEST(VMemFaults, WhatWasWrittenIsCleanAndNothingIsLost) {
 TEST(VMemFaults, APageThatCannotBeRead) {
     struct {
         int page;
-        std::initializer_list<long> steps;
-        char const* halt;
+        std::vector<long> steps;
+        std::string halt;
     } const cases[] = {
-        {50, {-EIO},           kReading},
-        {50, {0},              kReading},
-        {50, {500, 0},         kReading},
-        {50, {-EINVAL},        kSeeking},
-        {50, {500, kPass},     ""      },
-        {50, {500, -EINVAL},   kReading},
-        {33, {-EIO, kPass},    ""      },
-        {33, {2048, 0, kPass}, ""      },
-        {31, {-EIO, -EIO},     kReading},
+        {50, {-EIO},           kFindRead},
+        {50, {0},              kFindRead},
+        {50, {500, 0},         kFindRead},
+        {50, {-EINVAL},        kFindSeek},
+        {50, {500, kPass},     ""       },
+        {50, {500, -EINVAL},   kFindRead},
+        {33, {-EIO, kPass},    ""       }, // a run that fails decides nothing
+        {33, {2048, 0, kPass}, ""       },
+        {31, {-EIO, -EIO},     kFindRead},
     };
     for (auto const& c : cases) {
-        SCOPED_TRACE(testing::Message() << "page " << c.page << ": " << c.halt);
         Filled file(100, 10);
         EXPECT_TRUE(file.Has(32, 32));  // so that 31 and 33 begin a run
         reads.Play(c.steps);
-        std::string const halt = c.halt[0] ? std::string("VMem, FindPage():\n") + c.halt : "";
-        EXPECT_EQ(HaltOf([&] { file.Has(c.page, c.page); }), halt);
+        EXPECT_EQ(HaltOf([&] { file.Has(c.page, c.page); }), c.halt) << "page " << c.page;
         ExpectSound(file.memory);
         reads.Play({});
         EXPECT_TRUE(file.Has(c.page, c.page));
@@ -255,7 +236,7 @@ TEST(VMemFaults, WantOfMemory) {
 
 TEST(VMemFaults, OnlyATakenNameIsTriedAgain) {
     struct {
-        std::initializer_list<long> steps;
+        std::vector<long> steps;
         std::size_t calls;
         bool made;
     } const cases[] = {
@@ -263,7 +244,7 @@ TEST(VMemFaults, OnlyATakenNameIsTriedAgain) {
         {{-EEXIST, -EEXIST, -EEXIST}, 4, true },
         {{-EACCES},                   1, false},
         {{-EEXIST, -EMFILE},          2, false},
-        {{-ENOSPC},                   1, false}
+        {{-ENOSPC},                   1, false},
     };
     for (auto const& c : cases) {
         Filled file(1);

@@ -3,7 +3,8 @@
 #pragma once
 
 #include <climits>
-#include <initializer_list>
+#include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace vfile::test {
@@ -14,8 +15,8 @@ struct Script {
     std::vector<long> steps;
     std::size_t calls = 0;
 
-    void Play(std::initializer_list<long> next) {
-        steps = next;
+    void Play(std::vector<long> next) {
+        steps = std::move(next);
         calls = 0;
     }
     long Next() { return calls++ < steps.size() ? steps[calls - 1] : kPass; }
