@@ -1,0 +1,147 @@
+#include "support/faults.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <iterator>
+#include <new>
+#include <vector>
+
+namespace vfile::test {
+
+namespace {
+
+bool armed = false;
+Fault plan;
+int counted = 0;
+Call hit = Call::kNone;
+
+bool Counts(Call call) { return plan.only == call || (plan.only == Call::kNone && call != Call::kAllocate); }
+
+// Whether this is the call that is meant; it is noted then.
+bool Strikes(Call call) {
+    if (hit != Call::kNone || !Counts(call) || ++counted != plan.nth) return false;
+    hit = call;
+    return true;
+}
+
+// Whether this call fails, with errno set.
+bool Fails(Call call) {
+    if (!armed || plan.kind == Fault::kCut || plan.kind == Fault::kCutAll) return false;
+    bool const onward = plan.kind != Fault::kFail && hit == call;
+    if (!onward && (plan.kind == Fault::kCutThenFail || !Strikes(call))) return false;
+    errno = plan.error;
+    return true;
+}
+
+// How many of `len` bytes this transfer moves.
+std::size_t Allowed(Call call, std::size_t len) {
+    if (!armed || len < 2 || plan.kind == Fault::kFail || plan.kind == Fault::kFailOnward) return len;
+    std::size_t const cut = std::min(len, plan.cut ? plan.cut : plan.kind == Fault::kCutAll ? len : len - 1);
+    return (plan.kind == Fault::kCutAll ? Counts(call) : Strikes(call)) ? cut : len;
+}
+
+// The first `len` bytes of the pieces.
+std::vector<iovec> Cut(iovec const* pieces, int count, std::size_t len) {
+    std::vector<iovec> out;
+    for (int i = 0; i < count && len > 0; ++i) {
+        out.push_back({pieces[i].iov_base, std::min(pieces[i].iov_len, len)});
+        len -= out.back().iov_len;
+    }
+    return out;
+}
+
+}  // namespace
+
+Faults::Faults(Fault const& fault) {
+    plan = fault;
+    counted = 0;
+    hit = Call::kNone;
+    armed = true;
+}
+
+Faults::~Faults() { armed = false; }
+
+Call Faults::Hit() const { return hit; }
+
+char const* NameOf(Call call) {
+    constexpr char const* kNames[] = {"none",   "open", "close", "stat",    "lock",     "truncate", "seek",
+                                      "advise", "read", "write", "read at", "write at", "allocate"};
+    return kNames[static_cast<int>(call)];
+}
+
+std::size_t OpenDescriptors() {
+    std::filesystem::directory_iterator const all("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+}
+
+}  // namespace vfile::test
+
+using vfile::test::Allowed;
+using vfile::test::Call;
+using vfile::test::Fails;
+
+extern "C" {
+
+// clang-format off
+#define VFILE_WRAP(Result, call, name, parameters, arguments)              \
+    Result __real_##name parameters;                                       \
+    Result __wrap_##name parameters {                                      \
+        return Fails(Call::call) ? Result{-1} : __real_##name arguments;   \
+    }
+#define VFILE_WRAP_TRANSFER(call, name, parameters, arguments)             \
+    ssize_t __real_##name parameters;                                      \
+    ssize_t __wrap_##name parameters {                                     \
+        if (Fails(Call::call)) return -1;                                  \
+        len = Allowed(Call::call, len);                                    \
+        return __real_##name arguments;                                    \
+    }
+VFILE_WRAP(int, kOpen, open, (char const* path, int flags, mode_t mode), (path, flags, mode))
+VFILE_WRAP(int, kStat, fstat, (int fd, struct stat* result), (fd, result))
+VFILE_WRAP(int, kLock, flock, (int fd, int operation), (fd, operation))
+VFILE_WRAP(int, kTruncate, ftruncate, (int fd, off_t length), (fd, length))
+VFILE_WRAP(off_t, kSeek, lseek, (int fd, off_t offset, int whence), (fd, offset, whence))
+VFILE_WRAP(int, kAdvise, posix_fadvise, (int fd, off_t offset, off_t len, int advice), (fd, offset, len, advice))
+VFILE_WRAP_TRANSFER(kRead, read, (int fd, void* dst, size_t len), (fd, dst, len))
+VFILE_WRAP_TRANSFER(kWrite, write, (int fd, void const* src, size_t len), (fd, src, len))
+VFILE_WRAP_TRANSFER(kReadAt, pread, (int fd, void* dst, size_t len, off_t at), (fd, dst, len, at))
+// clang-format on
+
+int __real_close(int fd);
+int __wrap_close(int fd) {
+    int const result = __real_close(fd);  // gone even when the system reports a failure
+    return Fails(Call::kClose) ? -1 : result;
+}
+
+ssize_t __real_pwritev(int fd, iovec const* pieces, int count, off_t at);
+ssize_t __wrap_pwritev(int fd, iovec const* pieces, int count, off_t at) {
+    if (Fails(Call::kWriteAt)) return -1;
+    std::size_t len = 0;
+    for (int i = 0; i < count; ++i) len += pieces[i].iov_len;
+    auto const some = vfile::test::Cut(pieces, count, Allowed(Call::kWriteAt, len));
+    return __real_pwritev(fd, some.data(), static_cast<int>(some.size()), at);
+}
+
+void* __real_malloc(size_t size);
+void* __wrap_malloc(size_t size) { return Fails(Call::kAllocate) ? nullptr : __real_malloc(size); }
+}
+
+// The library asks for objects in this form alone.
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
+    if (Fails(Call::kAllocate)) return nullptr;
+    try {
+        return ::operator new(size);
+    } catch (std::bad_alloc const&) {
+        return nullptr;
+    }
+}
+
+void* operator new[](std::size_t size, std::nothrow_t const& form) noexcept {
+    return ::operator new(size, form);
+}

@@ -1,0 +1,56 @@
+// Lets chosen calls of the library into the system fail or fall short, from inside the test program: the
+// linker's --wrap leads the calls through faults.cpp. Nothing is touched while no Faults lives.
+#pragma once
+
+#include <cstddef>
+#include <limits>
+
+namespace vfile::test {
+
+enum class Call {
+    kNone,
+    kOpen,
+    kClose,
+    kStat,
+    kLock,
+    kTruncate,
+    kSeek,
+    kAdvise,
+    kRead,
+    kWrite,
+    kReadAt,
+    kWriteAt,
+    kAllocate
+};
+
+struct Fault {
+    enum Kind {
+        kFail,         // the nth call fails with `error`
+        kFailOnward,   // that one and all calls of its name behind it
+        kCut,          // the nth transfer moves only `cut` bytes, 0: all but one
+        kCutThenFail,  // the nth transfer moves only `cut` bytes, all behind it fail with `error`
+        kCutAll,       // every transfer moves at most `cut` bytes, 0: unlimited
+    };
+    Kind kind = kFail;
+    int nth = 1;
+    int error = 0;
+    std::size_t cut = 0;
+    Call only = Call::kNone;  // hit the calls of this name alone; allocations are counted only when named
+};
+
+// In force while it lives; one at a time.
+class Faults {
+public:
+    explicit Faults(Fault const& fault);
+    ~Faults();
+    Faults(Faults const&) = delete;
+    Faults& operator=(Faults const&) = delete;
+
+    // The call that was hit first, kNone so far.
+    Call Hit() const;
+};
+
+char const* NameOf(Call call);
+std::size_t OpenDescriptors();
+
+}  // namespace vfile::test
