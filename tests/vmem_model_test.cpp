@@ -139,7 +139,7 @@ TEST(VMemModel, ChunksShareNothing) {
     for (int i = 0; i < 6000; ++i) {
         if (chunks.size() < 40 || (chunks.size() < 200 && random() % 2 == 0)) {
             Chunk chunk{-1, 1024, static_cast<unsigned char>(i), random() % 4 == 0};
-            constexpr int kUsual[] = {1, 4, 5, 6, 10, 100, 1024, 2048};
+            constexpr unsigned kUsual[] = {1, 4, 5, 6, 10, 100, 1024, 2048};
             if (!chunk.isPage) {
                 chunk.len =
                     static_cast<std::int16_t>(random() % 2 ? kUsual[random() % 8] : 1 + random() % 2999);
