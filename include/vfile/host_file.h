@@ -2,16 +2,14 @@
 ///
 ///   Owns      its handle, however it came by it; closes it with itself. Cannot be copied.
 ///   Threads   any, one at a time; nothing is checked and nothing locked.
-///   Units     positions and lengths in bytes; a file of 2 GiB and more reads as `MaxLen` in Length and
-///   GetPos
-///             and is reached, by position, as far as that. Whole numbers stand in files low byte first.
+///   Units     positions and lengths in bytes; in a file of 2 GiB and more Length and GetPos stop at
+///             `MaxLen`, and SetPos goes no further. Whole numbers stand in files low byte first.
 ///   Buffers   none: a read or a write is one call of the system's (one for each GiB).
 ///   `res`     the code of the last failure. While it is set, every transfer does nothing at all, so that a
 ///             row of them can be judged once at the end. Open, Create and their kin, Close, SetPos, Reset,
 ///             Truncate and Flush set it either way: one that succeeds clears an earlier failure.
-///   `eof`     whether the last ReadBytes that came to a call got fewer bytes than it asked for: at the end
-///   of a
-///             file, and on a pipe whenever less is waiting. The end of a file is no failure.
+///   `eof`     whether the last read that came to a call got fewer bytes than it asked for: at the end of
+///             a file, and on a pipe whenever less is waiting. The end of a file is no failure.
 ///   Closed    a transfer on a closed object ends in `ResCallError`, as do Close, SetPos, Truncate and Flush.
 #pragma once
 
