@@ -303,6 +303,7 @@ TEST_F(VFileBlocks, MergesWhatItShould) {
         char const* after;
     } const kCases[] = {
         {"into a full block, merged with its follower", "1024 100",       1020, 0,      10,   false, "1024 110"                    },
+        {"into a full block, the follower just fits",   "1024 1014",      1020, 0,      10,   false, "1024 1024"                   },
         {"into a full block, the follower too long",    "1024 1020",      1020, 0,      10,   false, "1024 10 1020"                },
         {"the tail moves out",                          "1000",           500,  0,      100,  false, "600 500"                     },
         {"much in the middle",                          "600",            100,  0,      5000, false, "1024 1024 1024 1024 1004 500"},

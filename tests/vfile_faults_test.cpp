@@ -303,6 +303,10 @@ TEST_F(VFileFaults, AddressRangeIsFull) {
     check(file, want.insert(0, bytes_, 0, 2500), ResDone);
     empty.ReplaceBuf(0, 0, "x", 1);
     check(empty, "x", ResDone);
+    empty.Flush();  // from here on only the page tells
+    for (; file.res == ResDone; want.insert(0, bytes_, 0, 1000)) file.ReplaceBuf(0, 0, bytes_.data(), 1000);
+    check(file, want.substr(1000), ResHeapOverflow);
+    check(empty, "x", ResDone);
 }
 
 // A failing swap file stops the operation, once, and takes no bytes with it; all goes on when the disk does.

@@ -163,6 +163,7 @@ TEST_F(VFileTransfer, FromSourceOfTwoGiB) {
         }
     }
     VFile file(kTen);
+    source.SetPos(0);
     source.res = ResNetworkError;
     file.ReplaceFile(2, 0, source, MaxLen);
     EXPECT_EQ(file.res, ResNetworkError) << "the code that the source brought comes first";
