@@ -29,6 +29,7 @@ void Prime(Context const& context, Names const& names) {
 
 double Step(Context const& context, std::function<void()> const& work) {
     SyncDisk(context.directory);
+    WakeMemory(context.bytes + context.bytes / 8);
     ForgetPeak();
     return Seconds(work);
 }

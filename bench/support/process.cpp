@@ -1,6 +1,7 @@
 #include "support/process.h"
 
 #include <malloc.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 
 #include <csignal>
@@ -35,6 +36,13 @@ std::int64_t HeapBytes() {
 }
 
 std::int64_t ReadCalls() { return NumberIn("/proc/self/io", "syscr:"); }
+
+void WakeMemory(std::int64_t bytes) {
+    std::size_t const len = static_cast<std::size_t>(bytes);
+    void* const memory =
+        mmap(nullptr, len, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+    if (memory != MAP_FAILED) munmap(memory, len);
+}
 
 void DieWithParent() { prctl(PR_SET_PDEATHSIG, SIGKILL); }
 

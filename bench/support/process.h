@@ -20,6 +20,10 @@ std::int64_t HeapBytes();
 /// Reading calls into the system so far; -1 where the system does not count them.
 std::int64_t ReadCalls();
 
+/// Takes `bytes` of memory, touches all of it and gives it back. A virtual machine returns what lies idle to its
+/// host; the next to use it, be it a process or the page cache, waits for every page to come back.
+void WakeMemory(std::int64_t bytes);
+
 /// The process ends with the one that made it.
 void DieWithParent();
 
