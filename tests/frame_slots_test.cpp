@@ -1,7 +1,8 @@
-// The bare table of thread slots: numbers, words, ends of threads. The tests follow each other on one table.
+// The bare table of thread slots: numbers, words, ends of threads.
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "frame/slots.h"
@@ -24,42 +25,37 @@ void ExpectClosed() {
 
 TEST(Slots, NumbersAreFreshUntilAllWereOut) {
     ExpectClosed();
-    ASSERT_TRUE(Slots_InitializeProcess(NoteEnd));
-    EXPECT_FALSE(Slots_InitializeProcess(NoteEnd)) << "open already";
-    auto const takes = [](std::initializer_list<std::int32_t> wanted) {
-        for (std::int32_t const number : wanted) EXPECT_EQ(Slots_Alloc(), number);
-    };
-    auto const frees = [](std::initializer_list<std::int32_t> numbers) {
-        for (std::int32_t const number : numbers) EXPECT_TRUE(Slots_Free(number)) << number;
-    };
-    takes({0, 1, 2, 3}), frees({1}), takes({4});
-    frees({3, 4}), takes({4});     // the mark went down by one only: the free 3 below it is not fresh
-    frees({4, 2, 0}), takes({0});  // none was in use
-    for (std::int32_t number = 1; number < kSlotCount; ++number) takes({number});
-    takes({kNoSlot}), frees({40, 5}), takes({5, 40, kNoSlot});
-    for (std::int32_t const number : {kNoSlot, kSlotCount, INT32_MIN}) EXPECT_FALSE(Slots_Free(number));
-    for (std::int32_t number = 0; number < kSlotCount; ++number) frees({number});
+    ASSERT_TRUE(Slots_InitializeProcess(NoteEnd) && !Slots_InitializeProcess(NoteEnd));
+    constexpr std::int32_t kFree = 100;  // added to a number that is given back
+    std::vector<std::int32_t> moves = {
+        0,         1, 2,         3,         kFree + 1, 4, kFree + 3,
+        kFree + 4, 4, kFree + 4, kFree + 2, kFree + 0, 0};  // none was in use any more
+    for (std::int32_t number = 1; number < kSlotCount; ++number) moves.push_back(number);
+    moves.insert(moves.end(), {kNoSlot, kFree + 40, kFree + 5, 5, 40, kNoSlot});
+    for (std::int32_t const move : moves) {
+        EXPECT_TRUE(move < kFree ? Slots_Alloc() == move : Slots_Free(move - kFree)) << move;
+    }
+    EXPECT_FALSE(Slots_Free(kNoSlot) || Slots_Free(kSlotCount));
     EXPECT_TRUE(Slots_UninitializeProcess());
     ExpectClosed();
 }
 
 TEST(Slots, WordsAreTheThreadsOwn) {
-    ASSERT_TRUE(Slots_InitializeProcess(NoteEnd));
-    auto const wordOf = [](std::int32_t number) { return ~static_cast<SlotWord>(number); };
+    ASSERT_TRUE(Slots_InitializeProcess(NoteEnd) && Slots_Alloc() == 0);
     EXPECT_FALSE(Slots_IsThreadInitialized() || Slots_Set(7, 1));
-    ASSERT_TRUE(Slots_InitializeThread());
-    for (std::int32_t number = 0; number < kSlotCount; ++number) {
-        EXPECT_TRUE(Slots_Get(number) == 0 && Slots_Set(number, wordOf(number)));
+    for (int life = 0; life < 2; ++life) {
+        ASSERT_TRUE(Slots_InitializeThread());
+        for (std::int32_t number = -1; number <= kSlotCount; ++number) {
+            bool const exists = number >= 0 && number < kSlotCount;
+            EXPECT_EQ(Slots_Get(number), 0u);
+            EXPECT_EQ(Slots_Set(number, 1000), exists) << number;
+        }
+        std::thread([] { EXPECT_FALSE(Slots_IsThreadInitialized() || Slots_Get(7)); }).join();
+        std::thread([] { EXPECT_TRUE(Slots_InitializeThread() && Slots_Set(7, 70)); }).join();
+        EXPECT_EQ(std::exchange(wordsAtEnd, {}), std::vector<SlotWord>{70}) << "not without a block";
+        EXPECT_EQ(Slots_Get(7), 1000u);
+        EXPECT_TRUE(Slots_UninitializeThread() && !Slots_IsThreadInitialized());
     }
-    for (std::int32_t const number : {kNoSlot, kSlotCount, INT32_MAX, INT32_MIN}) {
-        EXPECT_FALSE(Slots_Set(number, 1) || Slots_Get(number)) << number;
-    }
-    std::thread([] { EXPECT_FALSE(Slots_IsThreadInitialized() || Slots_Get(7)); }).join();
-    std::thread([] { EXPECT_TRUE(Slots_InitializeThread() && Slots_Set(7, 70)); }).join();
-    EXPECT_EQ(wordsAtEnd, std::vector<SlotWord>{70}) << "once, with its words, and not without a block";
-    for (std::int32_t number = 0; number < kSlotCount; ++number) EXPECT_EQ(Slots_Get(number), wordOf(number));
-    EXPECT_TRUE(Slots_UninitializeThread() && Slots_UninitializeThread() && !Slots_IsThreadInitialized());
-    EXPECT_TRUE(Slots_InitializeThread() && Slots_Get(7) == 0 && Slots_UninitializeThread()) << "afresh";
     EXPECT_TRUE(Slots_UninitializeProcess());
 }
 

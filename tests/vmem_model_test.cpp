@@ -1,13 +1,18 @@
-// A VMem beside the plain model, through random operations; and the allocator beside a table of who owns what.
+// A VMem beside the plain model, through random operations, failures of its swap file, and want of memory.
 #include "support/vmem_model.h"
 
 #include <gtest/gtest.h>
 #include <vfile/vmem.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <optional>
 #include <random>
+#include <set>
 
-#include "support/temp_dir.h"
+#include "support/faults.h"
+#include "support/halts.h"
 #include "vmem/invariants.h"
 
 namespace vfile::test {
@@ -16,155 +21,171 @@ namespace {
 using See = VMemInspector;
 
 constexpr std::int32_t kFarPages = 16384;  // pages so far apart compete for one slot
+constexpr std::int32_t kRegion = 150;      // pages that are used of each of three regions
+constexpr std::int32_t kEnd = (2 * kFarPages + kRegion) * 1024;
 
 class Pair {
 public:
-    explicit Pair(unsigned seed) : random(seed) {
-        memory.SetTempDir(dir.Name("").c_str());
+    explicit Pair(unsigned seed = 0) : random(seed) {
         std::int32_t addr = 0;
-        for (int i = 0; i < 2 * kFarPages + kRegion + 1; ++i) memory.AllocPage(addr);
+        while (addr < kEnd) memory.AllocPage(addr);
+    }
+
+    // Does the same to both; what stops is done again when nothing fails any more.
+    template <class Operation>
+    void Both(Operation operation) {
+        if (std::string const halt = HaltOf([&] { operation(memory); }); !halt.empty()) {
+            halts.insert(halt);
+            faults.reset();
+            EXPECT_STREQ(BrokenRule(memory), nullptr);
+            operation(memory);
+        }
+        operation(model);
+    }
+    void Set(std::int32_t addr, int len = 1024) {
+        std::generate_n(bytes[0], len, [&] { return static_cast<std::byte>(random()); });
+        Both([&](auto& either) { either.Set(addr, bytes[0], static_cast<std::int16_t>(len)); });
+    }
+    void Get(std::int32_t addr, int len = 1024) {
+        Both([&](auto& either) {
+            constexpr bool kOfModel = std::is_same_v<decltype(either), VMemModel&>;
+            either.Get(addr, bytes[kOfModel], static_cast<std::int16_t>(len));
+        });
+        ASSERT_EQ(std::memcmp(bytes[0], bytes[1], static_cast<std::size_t>(len)), 0) << "at " << addr;
     }
 
     void Step() {
-        switch (Below(200)) {
-            case 0:
-                return memory.FlushCache(), model.Flush();
-            case 1:
-                return memory.ReleaseCache(), model.Release();
-            case 2:
-            case 3:
-                return Limit(static_cast<std::int16_t>(Below(14)) - 1);
-            case 4:
-                return Limit(Below(4) == 0 ? 200 : 70);
-            default:
-                return Touch();
-        }
+        constexpr std::int16_t kLimits[] = {-1, 0, 1, 2, 3, 4, 5, 7, 9, 12, 70, 70, 200};
+        std::int16_t const limit = kLimits[Below(std::size(kLimits))];
+        int const kind = Below(200);
+        if (kind == 0) return Both([](auto& either) { either.FlushCache(); });
+        if (kind == 1) return Both([](auto& either) { either.ReleaseCache(); });
+        if (kind < 5) return Both([limit](auto& either) { either.SetMaxCacheSize(limit); });
+        Touch();
     }
 
-    // The same pages in the same order, and as many of them changed.
-    testing::AssertionResult SameCache() const {
-        auto want = model.cache.begin();
-        for (CacheDesc const* have = See::CacheOf(memory).Newest(); have; have = have->next, ++want) {
-            if (want == model.cache.end()) return testing::AssertionFailure() << "too many pages";
-            if (have->addr != want->addr || have->dirty != want->dirty) {
-                return testing::AssertionFailure()
-                       << "page " << have->addr << (have->dirty ? " dirty" : " clean") << ", wanted "
-                       << want->addr << (want->dirty ? " dirty" : " clean");
-            }
-        }
-        if (want != model.cache.end()) return testing::AssertionFailure() << "too few pages";
-        if (See::SwapOf(memory).Size() != model.swapSize) return testing::AssertionFailure() << "swap size";
-        bool const sameKilobytes =
-            memory.GetCacheSize() == static_cast<int>(model.cache.size()) * 1036 / 1024;
-        return sameKilobytes ? testing::AssertionSuccess() : testing::AssertionFailure() << "cache size";
+    // One of the next calls fails or falls short, and perhaps all behind it too.
+    void Fail() {
+        constexpr Call kCalls[] = {Call::kOpen, Call::kReadAt, Call::kWriteAt, Call::kWriteAt,
+                                   Call::kAllocate};
+        constexpr int kErrors[] = {EIO, ENOSPC, EINVAL};
+        constexpr std::size_t kCuts[] = {700, 2048, 5000};
+        auto const kind = static_cast<Fault::Kind>(Below(5));
+        faults.reset();
+        faults.emplace(Fault{kind, 1 + Below(3), kErrors[Below(3)], kCuts[Below(3)], kCalls[Below(5)]});
     }
 
-    void ExpectSound() const {
-        char const* const rule = BrokenRule(memory);
-        EXPECT_EQ(rule, nullptr) << rule;
+    // As the model tells its own.
+    std::vector<std::int64_t> State() const {
+        std::vector<std::int64_t> state = {memory.GetCacheSize(), See::SwapOf(memory).Size()};
+        CacheDesc const* cached = See::CacheOf(memory).Newest();
+        for (; cached; cached = cached->next) state.push_back(cached->addr + cached->dirty);
+        return state;
     }
+
+    VMem memory;
+    VMemModel model;
+    std::set<std::string> halts;
+    std::optional<Faults> faults;
 
 private:
-    static constexpr int kRegion = 150;  // pages of each of three regions 16 MiB apart that are used
-
-    int Below(int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); }
-
-    void Limit(int kilobytes) {
-        memory.SetMaxCacheSize(static_cast<std::int16_t>(kilobytes));
-        model.SetLimit(kilobytes);
-    }
+    int Below(std::size_t n) { return static_cast<int>(random() % n); }
 
     // Strolls up or down for a while, then jumps; whole pages, pieces, and ranges over several pages.
     void Touch() {
         if (stroll-- <= 0) {
             stroll = Below(3) == 0 ? Below(90) : 0;
             step = 2 * Below(2) - 1;
-            page = Below(3) * kFarPages + Below(kRegion);
-        } else {
-            int const inRegion = std::clamp(page % kFarPages + step, 0, kRegion - 1);
-            page = page / kFarPages * kFarPages + inRegion;
+            region = Below(3) * kFarPages;
+            page = Below(kRegion);
         }
+        page = std::clamp(page + step, 0, kRegion - 1);
         bool const whole = Below(3) == 0;
-        std::int32_t const addr = page * 1024 + (whole ? 0 : Below(1024));
-        std::int32_t const room = 2 * kFarPages * 1024 + kRegion * 1024 - addr;
-        int const len = std::min(whole ? 1024 : Below(Below(8) == 0 ? 5000 : 300), room);
-
-        if (Below(2) == 0) {
-            std::ranges::generate(bytes, [this] { return static_cast<std::byte>(random()); });
-            memory.Set(addr, bytes, static_cast<std::int16_t>(len));
-            model.Set(addr, bytes, len);
-        } else {
-            memory.Get(addr, bytes, static_cast<std::int16_t>(len));
-            model.Get(addr, expected, len);
-            ASSERT_EQ(std::memcmp(bytes, expected, static_cast<std::size_t>(len)), 0) << "at " << addr;
-        }
+        std::int32_t const addr = (region + page) * 1024 + (whole ? 0 : Below(1024));
+        int const len = std::min(whole ? 1024 : Below(Below(8) == 0 ? 5000 : 300), kEnd - addr);
+        Below(2) ? Set(addr, len) : Get(addr, len);
     }
 
-    TempDir dir;
-    VMem memory;
-    VMemModel model;
     std::mt19937 random;
-    int page = 0, step = 1, stroll = 0;
-    std::byte bytes[5000] = {}, expected[5000] = {};
+    int region = 0, page = 0, step = 1, stroll = 0;
+    std::byte bytes[2][5000] = {};
 };
 
-TEST(VMemModel, SamePagesInTheSameOrderWithTheSameBytes) {
-    for (unsigned seed = 1; seed <= 5; ++seed) {
+constexpr char const* kExtendFull = "VMem, ExtendFile():\nwriting on swap file failed (disk full?)";
+constexpr char const* kFlushFull = "VMem, FlushCachePtr():\nwriting on swap file failed (disk full?)";
+constexpr char const* kExtendSeek = "VMem, ExtendFile():\nseeking in swap file failed";
+constexpr char const* kFlushSeek = "VMem, FlushCachePtr():\nseeking in swap file failed";
+constexpr char const* kNoFile = "VMem, FlushCachePtr():\nswap file creation failed";
+
+// The same pages in the same order with the same bytes. Where anything may fail at any time and throw, still the
+// same bytes: what stopped is done again.
+TEST(VMemModel, RandomOperations) {
+    std::set<std::string> halts;
+    for (unsigned seed = 0; seed < 10; ++seed) {
         SCOPED_TRACE(seed);
+        bool const fails = seed % 2 == 1;
         Pair pair(seed);
-        for (int i = 0; i < 50000 && !testing::Test::HasFailure(); ++i) {
+        for (int i = 0; i < 40000 && !testing::Test::HasFailure(); ++i) {
+            if (fails && i % 4 == 0) pair.Fail();
             pair.Step();
-            ASSERT_TRUE(pair.SameCache()) << "step " << i;
-            if (i % 512 == 0) pair.ExpectSound();
+            ASSERT_TRUE(fails || pair.State() == pair.model.State()) << "step " << i;
+            ASSERT_STREQ(i % 512 == 0 && !fails ? BrokenRule(pair.memory) : nullptr, nullptr);
         }
-        pair.ExpectSound();
+        halts.merge(pair.halts);
+    }
+    std::set<std::string> const all = {kExtendFull,
+                                       kFlushFull,
+                                       kExtendSeek,
+                                       kFlushSeek,
+                                       "VMem, FindPage():\nseeking in swap file failed",
+                                       "VMem, FindPage():\nreading from swap file failed",
+                                       "VMem, NewCachePtr():\np==NIL"};
+    EXPECT_EQ(halts, all);
+}
+
+// Changed pages from the first one on are flushed: at best in one call, else the last page alone behind zeros.
+TEST(VMemFaults, WhatFailsAloneStops) {
+    struct {
+        int pages;
+        Fault fault;
+        std::string halt;
+    } const cases[] = {
+        {8, {Fault::kFail, 2, EIO, 0, Call::kWriteAt},              ""         },
+        {8, {Fault::kFail, 1, EIO, 0, Call::kWriteAt},              ""         },
+        {8, {Fault::kCutAll, 1, 0, 700, Call::kWriteAt},            ""         },
+        {8, {Fault::kCutThenFail, 1, ENOSPC, 3172, Call::kWriteAt}, kExtendFull},
+        {8, {Fault::kCutThenFail, 1, EINVAL, 8000, Call::kWriteAt}, kFlushSeek },
+        {8, {Fault::kFailOnward, 1, EINVAL, 0, Call::kWriteAt},     kExtendSeek},
+        {1, {Fault::kFailOnward, 1, ENOSPC, 0, Call::kWriteAt},     kFlushFull },
+        {1, {Fault::kCutThenFail, 1, EINVAL, 1023, Call::kWriteAt}, kFlushFull },
+        {1, {Fault::kFail, 1, EEXIST, 0, Call::kOpen},              ""         },
+        {1, {Fault::kFail, 1, EMFILE, 0, Call::kOpen},              kNoFile    },
+    };
+    for (auto const& [pages, fault, halt] : cases) {
+        SCOPED_TRACE(halt + std::to_string(fault.kind));
+        Pair pair;
+        for (int page = 0; page < pages; ++page) pair.Set(page * 1024);
+        pair.faults.emplace(fault);
+        EXPECT_EQ(HaltOf([&] { pair.memory.FlushCache(); }), halt);
+        pair.faults.reset();
+        EXPECT_STREQ(BrokenRule(pair.memory), nullptr);
+        pair.memory.ReleaseCache();
+        for (int page = 0; page < pages; ++page) pair.Get(page * 1024);
     }
 }
 
-// Every chunk keeps its own bytes through allocations, releases and a cache of two pages.
-TEST(VMemModel, ChunksShareNothing) {
-    TempDir dir;
-    VMem memory;
-    memory.SetTempDir(dir.Name("").c_str());
-    memory.SetMaxCacheSize(3);
-    struct Chunk {
-        std::int32_t addr;
-        std::int16_t len;
-        unsigned char mark;
-        bool isPage;
-    };
-    std::vector<Chunk> chunks;
-    std::mt19937 random(7);
-    std::vector<unsigned char> bytes(3000), got(3000);
-    for (int i = 0; i < 6000; ++i) {
-        if (chunks.size() < 40 || (chunks.size() < 200 && random() % 2 == 0)) {
-            Chunk chunk{-1, 1024, static_cast<unsigned char>(i), random() % 4 == 0};
-            constexpr unsigned kUsual[] = {1, 4, 5, 6, 10, 100, 1024, 2048};
-            if (!chunk.isPage) {
-                chunk.len =
-                    static_cast<std::int16_t>(random() % 2 ? kUsual[random() % 8] : 1 + random() % 2999);
-            }
-            chunk.isPage ? memory.AllocPage(chunk.addr) : memory.Alloc(chunk.addr, chunk.len);
-            ASSERT_EQ(chunk.isPage ? chunk.addr % 1024 : 0, 0);
-            std::ranges::fill(bytes, chunk.mark);
-            memory.Set(chunk.addr, bytes.data(), chunk.len);
-            chunks.push_back(chunk);
-        } else {
-            std::swap(chunks[random() % chunks.size()], chunks.back());
-            Chunk chunk = chunks.back();
-            chunks.pop_back();
-            memory.Get(chunk.addr, got.data(), chunk.len);
-            bool const intact = std::all_of(got.begin(), got.begin() + chunk.len,
-                                            [&](auto byte) { return byte == chunk.mark; });
-            ASSERT_TRUE(intact) << "chunk of " << chunk.len << " at " << chunk.addr << ", step " << i;
-            chunk.isPage ? memory.DeallocPage(chunk.addr) : memory.Dealloc(chunk.addr, chunk.len);
-            ASSERT_EQ(chunk.addr, -1);
-        }
-        if (i % 128 == 0) {
-            char const* const rule = BrokenRule(memory);
-            ASSERT_EQ(rule, nullptr) << rule << ", step " << i;
-        }
+TEST(VMemCalls, ReadsAndWritesAreLarge) {
+    Pair pair;
+    pair.faults.emplace(Fault{Fault::kFail, 2048 / 64 + 1, EIO, 0, Call::kWriteAt});
+    for (int page = 0; page < 2048; ++page) pair.Set(page * 1024);
+    pair.Both([](auto& either) { either.ReleaseCache(); });
+    EXPECT_EQ(pair.faults->Hit(), Call::kNone) << "more writes than needed";
+    pair.faults.reset();
+    pair.faults.emplace(Fault{Fault::kFail, 2048 / 32 + 8, EIO, 0, Call::kReadAt});
+    for (int i = 0; i < 512; ++i) {  // four runs, two of them downwards
+        for (int const page : {i, 1023 - i, 1024 + i, 2047 - i}) pair.Get(page * 1024);
     }
+    EXPECT_EQ(pair.faults->Hit(), Call::kNone) << "more reads than needed";
 }
 
 }  // namespace

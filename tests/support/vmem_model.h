@@ -1,91 +1,73 @@
-// A paged memory told in the plainest way: the cache is a list that is walked, pages move one at a time, the file
+// A paged memory told in the plainest way: the cache is a list that is walked, bytes move one at a time, the file
 // is a table of pages. A VMem beside it must keep the same pages in the same order, and hold the same bytes.
 #pragma once
 
+#include <algorithm>
 #include <array>
-#include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <iterator>
 #include <list>
 #include <map>
-#include <utility>
 #include <vector>
 
 namespace vfile::test {
 
-using PageBytes = std::array<std::byte, 1024>;
-
 class VMemModel {
 public:
-    struct Page {
-        std::int32_t addr;
-        bool dirty;
-        PageBytes data;
-    };
-
-    void Get(std::int32_t addr, std::byte* buf, std::int32_t len) {
-        Walk(addr, len, [&](Page& page, std::int32_t offset, std::size_t n) {
-            std::memcpy(buf, page.data.data() + offset, n);
-            buf += n;
-        });
+    void Get(std::int32_t addr, std::byte* buf, std::int16_t len) {
+        for (std::int32_t i = 0; i < len; ++i) buf[i] = At(addr + i, false);
     }
-    void Set(std::int32_t addr, std::byte const* buf, std::int32_t len) {
-        Walk(addr, len, [&](Page& page, std::int32_t offset, std::size_t n) {
-            std::memcpy(page.data.data() + offset, buf, n);
-            page.dirty = true;
-            buf += n;
-        });
+    void Set(std::int32_t addr, std::byte const* buf, std::int16_t len) {
+        for (std::int32_t i = 0; i < len; ++i) At(addr + i, true) = buf[i];
     }
-    void SetLimit(std::int32_t kilobytes) {
-        limit = static_cast<std::size_t>(kilobytes < 0 ? 0 : kilobytes * 1024 / 1036);
+    void SetMaxCacheSize(std::int16_t kilobytes) {
+        limit = kilobytes < 0 ? 0 : kilobytes * 1024u / 1036;
         Shrink(limit);
     }
-    void Flush() {
+    void FlushCache() {
         for (Page& page : cache) Write(page);
     }
-    void Release() { Shrink(0); }
+    void ReleaseCache() { Shrink(0); }
 
-    std::list<Page> cache;  // newest first
-    std::int64_t swapSize = 0;
+    // The sizes of cache and file, then the cached pages, newest first; an odd address is that of a changed page.
+    std::vector<std::int64_t> State() const {
+        std::vector<std::int64_t> state = {static_cast<int>(cache.size()) * 1036 / 1024, swapSize};
+        for (Page const& page : cache) state.push_back(page.addr + page.dirty);
+        return state;
+    }
 
 private:
-    template <class Copy>
-    void Walk(std::int32_t addr, std::int32_t len, Copy copy) {
-        while (len > 0) {
-            std::int32_t const offset = addr % 1024;
-            std::int32_t const n = len < 1024 - offset ? len : 1024 - offset;
-            copy(Find(addr - offset), offset, static_cast<std::size_t>(n));
-            addr += n;
-            len -= n;
-        }
-    }
+    using Bytes = std::array<std::byte, 1024>;
+    struct Page {
+        std::int64_t addr;
+        bool dirty;
+        Bytes data;
+    };
 
     std::list<Page>::iterator Listed(std::int64_t addr) {
-        auto page = cache.begin();
-        while (page != cache.end() && page->addr != addr) ++page;
-        return page;
+        return std::ranges::find(cache, addr, &Page::addr);
+    }
+    Page*& SlotOf(std::int64_t addr) { return slots[static_cast<std::size_t>(addr / 1024 % 16384)]; }
+
+    std::byte& At(std::int32_t addr, bool changes) {
+        Page*& slot = SlotOf(addr);
+        if (!slot || slot->addr != addr - addr % 1024) slot = &Bring(addr - addr % 1024);
+        slot->dirty |= changes;
+        return slot->data[static_cast<std::size_t>(addr % 1024)];
     }
 
-    Page& Find(std::int32_t addr) {
-        std::int32_t const slot = addr / 1024 % 16384;
-        auto const page = Listed(addr);
-        if (page != cache.end()) {
-            auto const owner = slots.find(slot);
-            if (owner != slots.end() && owner->second == addr) return *page;
-            cache.splice(cache.begin(), cache, page);
+    Page& Bring(std::int32_t addr) {
+        if (auto const listed = Listed(addr); listed != cache.end()) {
+            cache.splice(cache.begin(), cache, listed);
         } else {
-            if (!cache.empty() && cache.size() >= limit) Drop(std::prev(cache.end()));
+            if (!cache.empty() && cache.size() >= limit) Drop(--cache.end());
             cache.push_front({addr, false, file[addr]});
         }
-        slots[slot] = addr;
         return cache.front();
     }
 
     void Drop(std::list<Page>::iterator page) {
         Write(*page);
-        auto const owner = slots.find(page->addr / 1024 % 16384);
-        if (owner != slots.end() && owner->second == page->addr) slots.erase(owner);
+        if (SlotOf(page->addr) == &*page) SlotOf(page->addr) = nullptr;
         cache.erase(page);
     }
 
@@ -95,27 +77,26 @@ private:
 
     // A dirty page takes its dirty neighbours along, 64 pages in all, those above it first.
     void Write(Page& page) {
-        if (!page.dirty) return;
-        int room = 64;
-        for (int step : {1024, -1024}) {
-            for (auto next = Listed(page.addr + step); room > 1 && next != cache.end() && next->dirty;
-                 --room) {
-                Store(*next);
-                next = Listed(std::int64_t{next->addr} + step);
+        std::vector<Page*> run(page.dirty, &page);
+        for (int const step : {1024, -1024}) {
+            auto next = Listed(page.addr + step);
+            while (page.dirty && run.size() < 64 && next != cache.end() && next->dirty) {
+                run.push_back(&*next);
+                next = Listed(next->addr + step);
             }
         }
-        Store(page);
+        for (Page* written : run) {
+            file[written->addr] = written->data;
+            written->dirty = false;
+            swapSize = std::max(swapSize, written->addr + 1024);
+        }
     }
 
-    void Store(Page& page) {
-        file[page.addr] = page.data;
-        page.dirty = false;
-        if (swapSize < page.addr + 1024) swapSize = page.addr + 1024;
-    }
-
+    std::list<Page> cache;  // newest first
     std::size_t limit = 69;
-    std::map<std::int32_t, std::int32_t> slots;  // which page has the slot
-    std::map<std::int32_t, PageBytes> file;
+    std::array<Page*, 16384> slots = {};  // which page is found without a walk
+    std::map<std::int64_t, Bytes> file;
+    std::int64_t swapSize = 0;
 };
 
 }  // namespace vfile::test

@@ -1,0 +1,163 @@
+// Stops with their words, bounded strings, and checked conversions.
+#include <gtest/gtest.h>
+#include <vfile/bounded_strings.h>
+#include <vfile/numbers.h>
+
+#include <algorithm>
+#include <cmath>
+#include <csignal>
+#include <limits>
+
+#include "support/halts.h"
+
+namespace vfile::test {
+namespace {
+
+TEST(Halt, SaysItWordByWordAndCutsItToItsBuffer) {
+    NoteHalts halts;
+    for (std::size_t length = 0; length < 300; ++length) {
+        TString const text(length, u'\xD83D');
+        Halt(text.c_str());
+        Halt(u"HSys", text.c_str());
+        Halt(u"VMem", text.c_str(), u"disk % full");
+        HaltA(text.c_str(), SameLen);
+        HaltA(u"Host", text.c_str(), 0);
+        HaltA(nullptr, -12345);
+        Fatal(text.c_str(), MaxLen);
+        EXPECT_EQ(halts.Take(),
+                  (std::vector{text, (u"HSys: " + text).substr(0, 255),
+                               (u"VMem, " + text + u"():\ndisk % full").substr(0, 255),
+                               (text + u", line -2147483648:\nAssertion failure").substr(0, 255),
+                               (u"Host, " + text + u"(), line 0:\nAssertion failure").substr(0, 255),
+                               TString(u", line -12345:\nAssertion failure"),
+                               (u"Fatal Error 2147483647 in module " + text + u" ").substr(0, 255)}));
+    }
+}
+
+TEST(HaltDeathTest, ShowsItAndAborts) {
+    InstallHaltProc([](TChar const*) {});
+    DeinstallHaltProc();
+    EXPECT_EXIT(Halt(u"VMem", u"FindPage", u"no \x20AC"), testing::KilledBySignal(SIGABRT),
+                "Program halted(.|\n)*VMem, FindPage\\(\\):\nno \xE2\x82\xAC");
+}
+
+template <class Unit>
+using Operation = void (*)(Unit*, std::uint32_t, Unit const*);
+
+// `text` at the start of a buffer, with marked units behind it and on either side.
+template <class Unit>
+struct Guarded {
+    std::basic_string<Unit> units = std::basic_string<Unit>(20, Unit{'#'});
+
+    explicit Guarded(std::basic_string<Unit> const& text) { Put(text); }
+    void Put(std::basic_string<Unit> const& text) { std::copy_n(text.c_str(), text.size() + 1, Data()); }
+    Unit* Data() { return units.data() + 4; }
+};
+
+// Every small size, content and source, against the same done with strings. Without a terminator there is nothing
+// to append to.
+template <class Unit>
+void TrySmallSizes(Operation<Unit> operation, bool appends, bool conditional) {
+    NoteHalts halts;
+    std::basic_string<Unit> const letters = {'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h'};
+    for (std::uint32_t i = 0; i < 7 * 7 * 10; ++i) {
+        std::uint32_t const size = i % 7, held = i / 7 % 7, length = i / 49;
+        bool const stops = size == 0 || (appends && held >= size);
+        auto const before = letters.substr(0, held), in = letters.substr(0, length % 9);
+        Guarded<Unit> buffer(before), wanted(before);
+        operation(buffer.Data(), size, length < 9 ? in.c_str() : nullptr);
+        if (!stops) wanted.Put(((appends ? before : before.substr(held)) + in).substr(0, size - 1));
+        EXPECT_EQ(buffer.units, wanted.units) << size << " units, " << held << " held, " << length << " in";
+        EXPECT_EQ(halts.Take().size(), stops);
+    }
+    operation(nullptr, 0, letters.c_str());
+    EXPECT_EQ(halts.Take().size(), conditional ? 0u : 2u);
+}
+
+TEST(BoundedStrings, EverySmallSizeAndBrokenContract) {
+    for (bool const appends : {false, true}) {
+        TrySmallSizes(appends ? AppendStr : AssignStr, appends, false);
+        TrySmallSizes(appends ? AppendStrW : AssignStrW, appends, false);
+        TrySmallSizes(appends ? AppendStrA : AssignStrA, appends, false);
+        TrySmallSizes(appends ? CondAppendStr : CondAssignStr, appends, true);
+    }
+    TChar text[8] = u"abcd";
+    AppendStr(text, 8, text);
+    EXPECT_EQ(TString(text), u"abcdabc") << "cut, from itself";
+}
+
+TEST(BoundedStrings, TrimsInPlace) {
+    for (std::size_t code = 0; code < 4096; ++code) {  // every string of up to six units of four kinds
+        TString text;
+        for (std::size_t rest = code; rest; rest /= 4) text += u"\v \fa"[rest % 4];
+        std::size_t const first = std::min(text.find_first_not_of(u" \f"), text.size());
+        std::size_t const last = text.find_last_not_of(u" \f") + 1;
+        auto const expect = [&](void (*trim)(TChar*), std::size_t start, std::size_t end) {
+            Guarded<TChar> buffer(text), wanted(text);
+            trim(buffer.Data());
+            wanted.Put(text.substr(start, end - std::min(start, end)));
+            ASSERT_EQ(buffer.units, wanted.units) << code;  // the units behind it keep what they held
+        };
+        expect(Trim, first, last);
+        expect(TrimLeft, first, text.size());
+        expect(TrimRight, 0, last);
+        ASSERT_EQ(IsBlank(text.c_str()), last == 0);
+    }
+    std::pair<TString, TString> const fractions[] = {
+        {u"1.500", u"1.5" },
+        {u"1.000", u"1"   },
+        {u"100",   u"100" },
+        {u".000",  u"0"   },
+        {u"",      u"0"   },
+        {u"1.",    u"1"   },
+        {u"1.05",  u"1.05"},
+        {u"1.0.0", u"1.0" }
+    };
+    for (auto const& [text, rest] : fractions) {
+        Guarded<TChar> buffer(text), wanted(text);
+        TrimZeroes(buffer.Data());
+        wanted.Put(rest);
+        EXPECT_EQ(buffer.units, wanted.units);
+    }
+}
+
+TEST(BoundedStrings, BlanksAndLettersOfEitherCase) {
+    for (std::uint32_t a = 1; a < 0x10000; ++a) {
+        TChar const left[] = {u'x', static_cast<TChar>(a), 0},
+                    right[] = {u'x', static_cast<TChar>(a ^ 0x20), 0};
+        ASSERT_EQ(IsBlank(left[1]), TString(u" \r\n\t\f").find(left[1]) != TString::npos) << a;
+        ASSERT_EQ(EqualStrI(left, right), (a | 0x20) >= 'a' && (a | 0x20) <= 'z') << a;
+        ASSERT_TRUE(EqualStr(left, left) && !EqualStr(left, right) && !EqualStr(left, u"x")) << a;
+    }
+}
+
+TEST(Numbers, StopOutsideTheirRange) {
+    NoteHalts halts;
+    for (int const x : {0, 32768, 65535, 65536, MaxLen, -1, -32768, -65536, -65537, SameLen}) {
+        auto const expectStop = [&](bool stops, TString const& number) {
+            std::vector<TString> const wanted(stops, u"Fatal Error " + number + u" in module HSys ");
+            EXPECT_EQ(halts.Take(), wanted) << x;
+        };
+        EXPECT_EQ(Short(x), static_cast<std::int16_t>(x));  // the low half, also where the stop returned
+        expectStop(x > 65535 || x<-65536, x> 0 ? u"1" : u"2");
+        EXPECT_EQ(ShortC(x), static_cast<std::uint16_t>(x));
+        expectStop(x > 65535 || x < 0, u"3");
+    }
+    for (double const x : {0.0, 0.5, 9999.9999, 65536.75, MaxLen - 0.5, MaxLen + 0.0, MaxLen + 0.5, 1e300}) {
+        double const wanted = std::min<double>(std::trunc(x), MaxLen);
+        EXPECT_TRUE(LongTrunc(x) == wanted && LongTrunc(-x) == -wanted) << x;
+    }
+    EXPECT_EQ(LongTrunc(std::numeric_limits<double>::quiet_NaN()), 0);
+}
+
+TEST(Numbers, PartsComeMostSignificantFirst) {
+    std::uint16_t high = 0, low = 0;
+    char b[4];
+    Short2(Int(0x80FF7F01u), high, low);
+    Extract4(Long2(high, low), b[0], b[1], b[2], b[3]);
+    EXPECT_TRUE(high == 0x80FF && low == 0x7F01 && std::string(b, 4) == "\x80\xFF\x7F\x01");
+    EXPECT_EQ(Card(Build4(b[0], b[1], b[2], b[3])), 0x80FF7F01u);
+}
+
+}  // namespace
+}  // namespace vfile::test
