@@ -78,7 +78,8 @@ fails 'vfile: standard output: disk full' '$vfile cut small --at 0 --len 5 >/dev
 fails 'vfile: standard output: no permission' '$vfile --cache 0 cut big --at 0 --len 5 >&-'
 fails 'vfile: standard input: no permission' '$vfile info - <&-'
 fails 'vfile: out: disk full (partly written)' 'ulimit -f 1000; $vfile insert big --at 0 --text x -o out --cache 20000'
-fails 'vfile: VMem, *' '(exec 2>&1; ulimit -f 0; $vfile --cache 0 info big) | cat >&2; exit ${PIPESTATUS[0]}'
+# The signal is off from the start here: a sanitizer may write a file of its own before the program's first line.
+fails 'vfile: VMem, *' '(exec 2>&1; trap "" XFSZ; ulimit -f 0; $vfile --cache 0 info big) | cat >&2; exit ${PIPESTATUS[0]}'
 fails 'vfile: *too long' 'truncate -s 2G huge && $vfile info huge'
 rm -f huge
 for usage in '' bogus info 'info small small' 'cut small --at 1' 'cut small --at -1 --len 2' 'cut small --at 1 --len -2' \
