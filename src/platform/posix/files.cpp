@@ -28,6 +28,7 @@ public:
     bool IsOpen() const { return descriptor_ != -1; }
     int Claim(OpenMode const& mode);
     bool HasLostItsName() const;
+    bool IsStillEmpty() const;
     int Prepare(OpenMode const& mode);
     void TakeBack(char const* path);
     Handle Release() { return HandleOf(std::exchange(descriptor_, -1)); }
@@ -89,10 +90,17 @@ bool Candidate::HasLostItsName() const {
     return regular_ && fstat(descriptor_, &info) == 0 && info.st_nlink == 0;
 }
 
+// Made here, and nobody has written to it before the lock was held. To empty such a file once more would tell
+// some file systems that it replaces an old one, and they hold up its closing until it has its blocks.
+bool Candidate::IsStillEmpty() const {
+    struct stat info;
+    return made_ && fstat(descriptor_, &info) == 0 && info.st_size == 0;
+}
+
 // What comes once the lock is held. Zero, or a system error.
 int Candidate::Prepare(OpenMode const& mode) {
     if (!regular_) return 0;
-    if (mode.disposition == Disposition::kCreateAlways &&
+    if (mode.disposition == Disposition::kCreateAlways && !IsStillEmpty() &&
         Repeated([&] { return ftruncate(descriptor_, 0); }) != 0) {
         return errno;
     }
