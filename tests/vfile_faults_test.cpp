@@ -129,8 +129,9 @@ TEST_F(VFileFaults, FullDiskInTheMiddleOfATransfer) {
     for (std::size_t const room : {1u, 1023u, 1024u, 5000u, 5120u, 65535u, 65536u}) {
         for (bool const asFile : {false, true}) {
             SCOPED_TRACE(room);
-            WriteWhole(dir_.Bytes("named"), "");
-            void* const handle = HandleOf(::open(dir_.Bytes("named").c_str(), O_WRONLY | O_CLOEXEC));
+            WriteWhole(dir_.Bytes("named"), "old");  // whose bytes no position tells from the new ones
+            void* const handle =
+                HandleOf(::open(dir_.Bytes("named").c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
             HFile target(handle);
             VFile file;
             file.ReplaceBuf(0, 0, bytes_.data(), kLength);
@@ -142,7 +143,7 @@ TEST_F(VFileFaults, FullDiskInTheMiddleOfATransfer) {
             }
             EXPECT_EQ(file.res, ResDiskFull);
             EXPECT_EQ(file.GetPos(), 10 + static_cast<std::int32_t>((room / 1024 + 1) * 1024));
-            EXPECT_TRUE(ReadWhole(dir_.Bytes("named")) == bytes_.substr(10, room));
+            EXPECT_TRUE(ReadWhole(dir_.Bytes("named")) == "old" + bytes_.substr(10, room));
         }
     }
 }

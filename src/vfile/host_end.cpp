@@ -1,7 +1,5 @@
 #include "vfile/host_end.h"
 
-#include <algorithm>
-
 namespace vfile {
 
 bool VFile::HostEnd::HoldsTooMuch() const {
@@ -22,34 +20,20 @@ bool VFile::HostEnd::Read(void* dst, std::int32_t len, std::int32_t& got) {
     return done;
 }
 
+// Past HFile::WriteBytes, with the same outcome: that does not tell how much of a failed write went out, and in
+// a pipe or behind O_APPEND no position would.
 bool VFile::HostEnd::Write(void const* src, std::int32_t len, std::int32_t& put) {
     put = 0;
-    return file ? WriteByFile(src, len, put) : WriteByHandle(src, len, put);
-}
-
-bool VFile::HostEnd::WriteByHandle(void const* src, std::int32_t len, std::int32_t& put) {
+    if (file && file->res != ResDone) {
+        code = GetFileRes(*file);
+        return false;
+    }
     std::size_t went = 0;
     bool const done = platform::Write(handle, src, static_cast<std::size_t>(len), went);
-    if (!done) code = GetFileRes();
     put = static_cast<std::int32_t>(went);
-    if (done && put != len) code = ResDiskFull;
-    return done && put == len;
-}
-
-// An HFile does not tell how much of a failed write went out; its position does.
-bool VFile::HostEnd::WriteByFile(void const* src, std::int32_t len, std::int32_t& put) {
-    std::int64_t before = 0;
-    std::int64_t behind = 0;
-    bool const known = platform::GetPosition(handle, before);
-    file->WriteBytes(src, len);
-    if (file->res == ResDone) {
-        put = len;
-        return true;
-    }
-    code = GetFileRes(*file);
-    if (known && platform::GetPosition(handle, behind)) {
-        put = static_cast<std::int32_t>(std::clamp<std::int64_t>(behind - before, 0, len));
-    }
+    if (done && put == len) return true;
+    code = done ? ResDiskFull : GetFileRes();
+    if (file) file->res = code;
     return false;
 }
 

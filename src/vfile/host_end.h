@@ -23,16 +23,12 @@ public:
     // Up to `len` bytes; got 0 is the end. False: Code() tells why.
     bool Read(void* dst, std::int32_t len, std::int32_t& got);
 
-    // All `len` bytes. False: Code() tells why, and `put` how many went out before, 0 where that cannot be
-    // known.
+    // All `len` bytes. False: Code() tells why, and `put` how many went out before.
     bool Write(void const* src, std::int32_t len, std::int32_t& put);
 
     FileRes Code() const { return code; }
 
 private:
-    bool WriteByHandle(void const* src, std::int32_t len, std::int32_t& put);
-    bool WriteByFile(void const* src, std::int32_t len, std::int32_t& put);
-
     HFile* file = nullptr;
     platform::Handle handle;
     FileRes code = ResDone;
