@@ -344,6 +344,14 @@ TEST_F(VFileFaults, SwapFails) {
         }
     }
     EXPECT_EQ(OpenDescriptors(), before);
+    VFile emptied("abc"), other;
+    other.ReplaceBuf(0, 0, bytes_.data(), 9000);
+    VFile::ReleaseCache();  // so that its page is read when it is given back
+    {
+        Faults faults({.error = EIO, .only = Call::kReadAt});
+        EXPECT_NE(HaltOf([&] { emptied.ReplaceBuf(0, MaxLen, nullptr, 0); }), "");
+    }
+    EXPECT_EQ(AllBytes(emptied), "abc") << "changed, and PostChange not told";
     VFile::SetTempDir(nullptr);
 }
 

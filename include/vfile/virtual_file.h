@@ -393,6 +393,7 @@ private:
                               PrivateChain& chain);
     VFILE_LOCAL bool SaveTail(std::int32_t delLen, PrivateChain& chain);
     VFILE_LOCAL Cut FindCut(std::int32_t delLen, PrivateChain& chain);
+    VFILE_LOCAL void ReleasePage(Change const& change);
     VFILE_LOCAL void CheckCurLen();
     VFILE_LOCAL void Publish(Change const& change);
     VFILE_LOCAL void CheckTouched() const;

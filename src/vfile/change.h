@@ -5,7 +5,7 @@
 //   position   the cursor at the start, its block in the buffer      bytes untouched
 //   prepare    the private chain, where the block path is taken      bytes untouched
 //   ask        PreChange                                             bytes untouched
-//   apply      moves in the buffer, or a relinking                   cannot fail
+//   apply      moves in the buffer, or a relinking                   fails before the first touch, or not
 //   publish    PostChange, then the cursor behind the new bytes
 //
 // Everything that can fail, stops of the memory included, comes before the first touch of the file.

@@ -21,6 +21,7 @@ namespace vfile {
 //
 // The memory is used first, while it may still stop: from the relinking on nothing can fail.
 bool VFile::DoChange(Change const& change, void const* piece, std::int32_t pieceLen, PrivateChain& chain) {
+    ReleasePage(change);
     std::int32_t const inside = std::min<std::int32_t>(change.delLen, cur.ptr->len - cur.ix);
     if (!SaveTail(inside, chain)) {
         res = ResHeapOverflow;
@@ -86,6 +87,12 @@ VFile::Cut VFile::FindCut(std::int32_t delLen, PrivateChain& chain) {
     return cut;
 }
 
+// A file that is about to become empty gives its last page back. The memory may stop here, so that this comes
+// before the first touch.
+void VFile::ReleasePage(Change const& change) {
+    if (change.insLen == 0 && change.delLen == length) mem->Dealloc(cur.ptr->addr, BlkSize);
+}
+
 // Puts the chain in order after the current block was edited: an empty block goes, unless it is the only one.
 void VFile::CheckCurLen() {
     BlkDesc* p = cur.ptr;
@@ -96,7 +103,6 @@ void VFile::CheckCurLen() {
     if (p->next) {
         MoveTo({p->next, cur.start, 0});
     } else if (!MoveToPrevBlock()) {
-        if (p->addr != kNoAddr) mem->Dealloc(p->addr, BlkSize);
         return;
     }
     Unlink(p, p);

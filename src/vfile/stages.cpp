@@ -84,6 +84,7 @@ bool VFile::Ask(Change const& change) {
 //   [aaaaXXbbbb]     X: the range that goes, cursor at its start
 //   [aaaannnbbbb]
 void VFile::EditInBuffer(Change const& change, void const* bytes) {
+    ReleasePage(change);
     unsigned char* const at = buf + cur.ix;
     std::int32_t const behind = cur.ptr->len - cur.ix - change.delLen;
     if (behind > 0 && change.delLen != change.insLen) {
