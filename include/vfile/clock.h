@@ -1,8 +1,7 @@
 /// The system's clock, in local time.
 ///
-///   Units     hours 0 to 23, minutes, seconds and milliseconds from 0, days and months from 1, years in
-///   full. Errors    none are reported: a change that the system refuses (it takes privileges) is lost in
-///   silence.
+///   Units     hours 0 to 23, minutes, seconds and milliseconds from 0, days and months from 1, years in full
+///   Errors    none are reported: a change that the system refuses (it takes privileges) is lost in silence.
 ///             Each field travels in 16 bits unsigned, and what lies above them is dropped.
 ///   Threads   any; nothing guards a change of the clock against another writer.
 #pragma once

@@ -1,7 +1,8 @@
 /// Numbers: checked and plain conversions, maximum, minimum and sign by width, halves and bytes.
 ///
-///   Names     a letter tells the type: R is `double`, Q 64-bit, L and no letter 32-bit, S 16-bit, signed
-///   all. Order     where a number is cut into parts or put together, the most significant part comes first.
+///   Names     a letter tells the type: R is `double`, Q 64-bit, L and no letter 32-bit, S 16-bit, all
+///             signed
+///   Order     where a number is cut into parts or put together, the most significant part comes first.
 ///   Stops     Short and ShortC alone; nothing else checks anything.
 ///   Threads   any; nothing is shared.
 #pragma once

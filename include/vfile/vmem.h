@@ -5,13 +5,11 @@
 ///   Owns      its cached pages and its swap file; both are gone after the destructor, and the swap file is
 ///             gone with the process too. There is no swap file before the first changed page has to leave
 ///             the cache or is flushed.
-///   Threads   the thread that built it. All operations but Get, Set and WriteStatus check that first, with
-///   an
+///   Threads   the thread that built it. All operations but Get, Set and WriteStatus check that first, with an
 ///             assertion stop of "VMem"; Get and Set, which must be fast, take it on trust.
 ///   Fork      a VMem of the parent process may be destroyed in the child, which touches nothing; a transfer
 ///             from or to its swap file stops there.
-///   Units     addresses and lengths in bytes, cache sizes in kilobytes. An address is an offset from 0; -1
-///   is
+///   Units     addresses and lengths in bytes, cache sizes in kilobytes. An address is an offset from 0; -1 is
 ///             the null address. Address 0 is valid, and the first that is handed out.
 ///   Bytes     are copied in and out: no pointer into a cached page ever leaves this class. Multi-byte values
 ///             lie in the machine's byte order. What was never written reads as zero.
