@@ -149,7 +149,7 @@ public:
                             std::int32_t srcLen);
 
     /// By the next `count` bytes of an open file of the host, or by all it has when `count` is MaxLen;
-    /// `SameLen` means as many as were read. The source is neither closed nor set back. It is read to its end
+    /// `SameLen` means as many as were read. The source is neither closed nor set back. All of that is read
     /// before this file is touched: a failed read leaves this one as it was, cursor included, with the code
     /// of the read.
     ///   ResNotDone     the source ended before a definite `count`

@@ -6,8 +6,8 @@
 
 namespace vfile {
 
-// The library comes, or the thread that loads it starts. False: the library is not usable, and every use of a
-// virtual file stops.
+// The library comes, and the thread that loads it gets its state. False: the library is not usable, and every
+// use of a virtual file stops.
 bool RaiseProcessAttach();
 
 // False for want of memory: the thread stays without state.
