@@ -2,6 +2,8 @@
 ///
 ///   Owns      its handle, however it came by it; closes it with itself. Cannot be copied.
 ///   Threads   any, one at a time; nothing is checked and nothing locked.
+///   Fork      a copy in a child process has the same position and the same lock: closing either gives the lock
+///             up for both.
 ///   Units     positions and lengths in bytes; in a file of 2 GiB and more Length and GetPos stop at
 ///             `MaxLen`, and SetPos goes no further. Whole numbers stand in files low byte first.
 ///   Buffers   none: a read or a write is one call of the system's (one for each GiB).

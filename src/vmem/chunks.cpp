@@ -1,5 +1,6 @@
 // The heap in a VMem: whole pages and chunks of any length. Each operation reads and writes the links first and
-// changes the fields last, so that a swap file that fails half way leaves the lists as they were.
+// changes the fields last, so that a swap file that fails half way leaves the lists as they were; only a chunk that
+// was being cut may then be on none.
 #include <vfile/halt.h>
 #include <vfile/vmem.h>
 
