@@ -20,7 +20,7 @@ public:
         for (std::int32_t i = 0; i < len; ++i) At(addr + i, true) = buf[i];
     }
     void SetMaxCacheSize(std::int16_t kilobytes) {
-        limit = kilobytes < 0 ? 0 : kilobytes * 1024u / 1036;
+        limit = kilobytes < 0 ? 0 : static_cast<std::size_t>(kilobytes) * 1024 / 1036;
         Shrink(limit);
     }
     void FlushCache() {
