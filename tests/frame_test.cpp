@@ -128,7 +128,7 @@ TEST(Numbers, StopOutsideTheirRange) {
         EXPECT_EQ(ShortC(x), static_cast<std::uint16_t>(x));
         expectStop(x > 65535 || x < 0, u"3");
     }
-    for (double const x : {0.0, 0.5, 9999.9999, 65536.75, MaxLen - 0.5, MaxLen + 0.0, MaxLen + 0.5, 1e300}) {
+    for (double const x : {0.0, 0.5, 9999.9999, 65536.75, MaxLen - 0.5, MaxLen + 0.5, MaxLen + 1.0, 1e300}) {
         double const wanted = std::min<double>(std::trunc(x), MaxLen);
         EXPECT_TRUE(LongTrunc(x) == wanted && LongTrunc(-x) == -wanted) << x;
     }

@@ -42,7 +42,9 @@ TEST(ThreadState, SettingsOutliveTheMemoryAndEndWithTheState) {
         for (int const limit : {0, 200}) {
             VFile one, two;
             EXPECT_TRUE(TLS_GetFileCount() == 2 && TLS_GetVMem() && TLS_GetBlkPool());
-            ExpectSettings(limit, u"/where");
+            ExpectSettings(limit, limit == 0 ? u"/where" : u"/late");
+            VFile::SetTempDir(u"/late");
+            EXPECT_EQ(TString(VFile::GetTempDir()), u"/late");
             one.ReplaceCh(0, 0, 'x', 5000);
             EXPECT_EQ(VFile::GetCacheSize(), limit > 0 ? 5 : 1);
             VFile::ReleaseCache();
@@ -50,7 +52,7 @@ TEST(ThreadState, SettingsOutliveTheMemoryAndEndWithTheState) {
             VFile::SetMaxCacheSize(200);
         }
         EXPECT_TRUE(TLS_GetFileCount() == 0 && !TLS_GetVMem() && !TLS_GetBlkPool());
-        ExpectSettings(200, u"/where");
+        ExpectSettings(200, u"/late");
         VFile::SetTempDir(u"");
         EXPECT_EQ(VFile::GetTempDir(), nullptr);
     });

@@ -115,7 +115,10 @@ constexpr char const* kExtendFull = "VMem, ExtendFile():\nwriting on swap file f
 constexpr char const* kFlushFull = "VMem, FlushCachePtr():\nwriting on swap file failed (disk full?)";
 constexpr char const* kExtendSeek = "VMem, ExtendFile():\nseeking in swap file failed";
 constexpr char const* kFlushSeek = "VMem, FlushCachePtr():\nseeking in swap file failed";
+constexpr char const* kFindSeek = "VMem, FindPage():\nseeking in swap file failed";
+constexpr char const* kFindRead = "VMem, FindPage():\nreading from swap file failed";
 constexpr char const* kNoFile = "VMem, FlushCachePtr():\nswap file creation failed";
+constexpr char const* kNoMemory = "VMem, NewCachePtr():\np==NIL";
 
 // The same pages in the same order with the same bytes. Where anything may fail at any time and throw, still the
 // same bytes: what stopped is done again.
@@ -133,13 +136,8 @@ TEST(VMemModel, RandomOperations) {
         }
         halts.merge(pair.halts);
     }
-    std::set<std::string> const all = {kExtendFull,
-                                       kFlushFull,
-                                       kExtendSeek,
-                                       kFlushSeek,
-                                       "VMem, FindPage():\nseeking in swap file failed",
-                                       "VMem, FindPage():\nreading from swap file failed",
-                                       "VMem, NewCachePtr():\np==NIL"};
+    std::set<std::string> const all = {kExtendFull, kFlushFull, kExtendSeek, kFlushSeek,
+                                       kFindSeek,   kFindRead,  kNoMemory};
     EXPECT_EQ(halts, all);
 }
 
@@ -174,6 +172,17 @@ TEST(VMemFaults, WhatFailsAloneStops) {
     }
 }
 
+TEST(VMemFaults, AGapThatCannotBeKeptIsNoGap) {
+    Pair pair;
+    std::int32_t addr = -1;
+    pair.memory.Alloc(addr, 100);
+    pair.memory.SetMaxCacheSize(0);
+    pair.Set(0);
+    pair.faults.emplace(Fault{Fault::kFailOnward, 1, ENOSPC, 0, Call::kWriteAt});
+    EXPECT_EQ(HaltOf([&] { pair.memory.AllocPage(addr); }), kFlushFull);
+    EXPECT_EQ(See::MaxAddress(pair.memory), addr + 100);
+}
+
 TEST(VMemCalls, ReadsAndWritesAreLarge) {
     Pair pair;
     pair.faults.emplace(Fault{Fault::kFail, 2048 / 64 + 1, EIO, 0, Call::kWriteAt});
@@ -186,6 +195,18 @@ TEST(VMemCalls, ReadsAndWritesAreLarge) {
         for (int const page : {i, 1023 - i, 1024 + i, 2047 - i}) pair.Get(page * 1024);
     }
     EXPECT_EQ(pair.faults->Hit(), Call::kNone) << "more reads than needed";
+    pair.faults.reset();
+
+    pair.memory.ReleaseCache();
+    platform::Handle const file = See::SwapHandle(pair.memory);
+    ASSERT_TRUE(platform::SetPosition(file, 1024 * 1024 + 5000) && platform::TruncateHere(file));
+    std::int32_t got = 0;
+    for (std::int32_t page = 1020; page < 1040; ++page) {  // alone, then with those behind it
+        std::string const halt = HaltOf([&] { pair.memory.Get(page * 1024, got); });
+        EXPECT_EQ(halt, page < 1028 ? "" : kFindRead) << page;
+    }
+    pair.memory.DeallocAll();
+    EXPECT_STREQ(BrokenRule(pair.memory), nullptr) << "what was read ahead goes with the file";
 }
 
 }  // namespace
