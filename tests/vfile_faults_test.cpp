@@ -345,13 +345,22 @@ TEST_F(VFileFaults, SwapFails) {
     }
     EXPECT_EQ(OpenDescriptors(), before);
     VFile emptied("abc"), other;
-    other.ReplaceBuf(0, 0, bytes_.data(), 9000);
+    other.ReplaceBuf(0, 0, bytes_.data(), kLength);
     VFile::ReleaseCache();  // so that its page is read when it is given back
     {
         Faults faults({.error = EIO, .only = Call::kReadAt});
         EXPECT_NE(HaltOf([&] { emptied.ReplaceBuf(0, MaxLen, nullptr, 0); }), "");
     }
     EXPECT_EQ(AllBytes(emptied), "abc") << "changed, and PostChange not told";
+    unsigned char b;
+    other.SetPos(10), other.ReadByte(b);  // its block stands in the buffer
+    VFile::ReleaseCache();
+    {
+        Faults faults({.kind = Fault::kFailOnward, .error = EIO, .only = Call::kReadAt});
+        void* const target = HandleOf(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+        EXPECT_NE(HaltOf([&] { other.WriteToFile(target, MaxLen); }), "");
+    }
+    EXPECT_EQ(other.GetPos(), 11) << "moved over bytes that did not go out";
     VFile::SetTempDir(nullptr);
 }
 

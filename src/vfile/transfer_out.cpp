@@ -19,7 +19,8 @@ void VFile::WriteToFile(void* handle, std::int32_t count) {
     GiveTo(target, count);
 }
 
-// A failure leaves the cursor as if each block had been a write of its own: behind the one that failed.
+// Reads past the cursor, which moves only once the bytes are out: the memory may stop in the middle of a step. A
+// failure leaves it as if each block had been a write of its own: behind the one that failed.
 void VFile::GiveTo(HostEnd& target, std::int32_t count) {
     if (!OnOwnThread()) return HaltA(kModule, __LINE__);
     if (res != ResDone) return;
@@ -29,12 +30,15 @@ void VFile::GiveTo(HostEnd& target, std::int32_t count) {
     }
     count = std::min(count, length - pos);
     StepBuffer step(count);
+    BlkRdr rd;
+    SetPosC(rd, pos);
     while (count > 0) {
-        std::int32_t const start = pos;
-        std::int32_t const n = ReadBytes(step.Data(), std::min(count, step.Size()));
+        std::int32_t const n = std::min(count, step.Size());
+        ReadBytesC(rd, step.Data(), n);
         std::int32_t put = 0;
-        if (!target.Write(step.Data(), n, put)) {
-            SetPos(start + std::min(n, (put / BlkSize + 1) * BlkSize));
+        bool const done = target.Write(step.Data(), n, put);
+        SetPos(pos + (done ? n : std::min(n, (put / BlkSize + 1) * BlkSize)));
+        if (!done) {
             res = target.Code();
             return;
         }
