@@ -2,7 +2,6 @@
 // and nothing is lost.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 #include <vfile/host_file.h>
 #include <vfile/result.h>
 #include <vfile/thread.h>
@@ -16,141 +15,15 @@
 #include "support/faults.h"
 #include "support/halts.h"
 #include "support/host_source.h"
-#include "support/model.h"
-#include "support/temp_dir.h"
-#include "vfile/invariants.h"
+#include "support/twin.h"
 
 namespace vfile::test {
 namespace {
 
 constexpr std::int32_t kLength = 200'000;
-constexpr std::int32_t kStep = 64 * 1024;
-constexpr struct {
-    int error;
-    std::int32_t res;
-} kErrors[] = {
-    {EIO,    ResDiskParityError},
-    {ENOSPC, ResDiskFull       },
-    {EACCES, ResNoPermission   }
-};
-
-// What a failure of a call means for loading and saving.
-enum Effect { kUnnoticed, kReported, kEither };
-Effect EffectOf(Call call) {
-    switch (call) {
-        case Call::kOpen:
-        case Call::kTruncate:
-        case Call::kRead:
-        case Call::kWrite:
-            return kReported;
-        case Call::kStat:
-            return kEither;  // one of them asks whether it is a directory, others only for hints
-        default:
-            return kUnnoticed;
-    }
-}
-
-class VFileFaults : public testing::Test {
-protected:
-    VFileFaults() { VFile::SetMaxCacheSize(2000); }  // no swap file unless a test wants one
-    ~VFileFaults() override { VFile::SetMaxCacheSize(limit_); }
-
-    std::int16_t const limit_ = VFile::GetMaxCacheSize();
-    TempDir dir_;
-    std::string const old_ = Pattern(3000, 8), bytes_ = Pattern(kLength);
-    TString const name_ = dir_.Name("named");
-
-    // Saves or loads with the fault in force; judges, tries again without it, and gives the call that was hit.
-    Call Transfer(bool saving, Fault const& fault, std::int32_t res) {
-        WriteWhole(dir_.Bytes("named"), saving ? old_ : bytes_);
-        VFile file("old");
-        if (saving) file.ReplaceBuf(0, MaxLen, bytes_.data(), kLength);
-        auto const transfer = [&] { saving ? file.Save(name_.c_str(), true) : file.Load(name_.c_str(), 0); };
-        std::size_t const before = OpenDescriptors();
-        Call hit;
-        {
-            Faults faults(fault);
-            transfer();
-            hit = faults.Hit();
-        }
-        SCOPED_TRACE(testing::Message() << (saving ? "save, " : "load, ") << NameOf(hit) << " " << fault.nth);
-        bool const failed = res != ResDone &&
-                            (EffectOf(hit) == kReported || (EffectOf(hit) == kEither && file.res != ResDone));
-        EXPECT_EQ(file.res, failed ? res : ResDone);
-        EXPECT_EQ(OpenDescriptors(), before);
-        char const* const broken = BrokenRule(file);
-        EXPECT_EQ(broken, nullptr) << broken;
-        std::string const onDisk = ReadWhole(dir_.Bytes("named"));
-        EXPECT_TRUE(AllBytes(file) == (saving || !failed ? bytes_ : ""));
-        if (!saving || (failed && hit != Call::kWrite)) {
-            EXPECT_EQ(file.GetPos(), 0);
-            EXPECT_TRUE(onDisk == (saving ? old_ : bytes_)) << "cut before it was held";
-        } else {
-            EXPECT_EQ(onDisk.size() % kStep, failed ? 0u : kLength % kStep);
-            EXPECT_EQ(file.GetPos(), static_cast<std::int32_t>(onDisk.size()) + (failed ? BlkSize : 0));
-            EXPECT_TRUE(bytes_.starts_with(onDisk));
-        }
-        transfer();
-        EXPECT_TRUE(AllBytes(file) == bytes_ && ReadWhole(dir_.Bytes("named")) == bytes_)
-            << "not usable again";
-        return hit;
-    }
-};
-
-TEST_F(VFileFaults, EveryCallOfSaveAndLoadFails) {
-    for (auto const& [error, res] : kErrors) {
-        SCOPED_TRACE(error);
-        for (bool const saving : {true, false}) {
-            int n = 1;
-            while (Transfer(saving, {.nth = n, .error = error}, res) != Call::kNone) ++n;
-            EXPECT_GT(n, 6) << "hardly a call was met";
-        }
-    }
-}
-
-TEST_F(VFileFaults, InterruptedAndShortCallsGoUnnoticed) {
-    for (Call const call : {Call::kOpen, Call::kLock, Call::kTruncate, Call::kRead, Call::kWrite}) {
-        for (Fault fault : {
-                 Fault{.error = EINTR     },
-                 Fault{.kind = Fault::kCut, .cut = 1},
-                 Fault{.kind = Fault::kCut                  }
-        }) {
-            for (bool const saving : {true, false}) {
-                for (fault.nth = 1, fault.only = call; Transfer(saving, fault, ResDone) == call;
-                     ++fault.nth) {
-                }
-            }
-        }
-    }
-}
-
-// However large the real step, a full disk leaves the cursor where steps of one block would.
-TEST_F(VFileFaults, FullDiskInTheMiddleOfATransfer) {
-    for (std::size_t const room : {1u, 1023u, 1024u, 5000u, 5120u, 65535u, 65536u}) {
-        for (bool const asFile : {false, true}) {
-            SCOPED_TRACE(room);
-            WriteWhole(dir_.Bytes("named"), "old");  // whose bytes no position tells from the new ones
-            void* const handle =
-                HandleOf(::open(dir_.Bytes("named").c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
-            HFile target(handle);
-            VFile file;
-            file.ReplaceBuf(0, 0, bytes_.data(), kLength);
-            file.SetPos(10);
-            {
-                Faults faults(
-                    {.kind = Fault::kCutThenFail, .error = ENOSPC, .cut = room, .only = Call::kWrite});
-                asFile ? file.WriteToFile(target, MaxLen) : file.WriteToFile(handle, MaxLen);
-            }
-            EXPECT_EQ(file.res, ResDiskFull);
-            EXPECT_EQ(file.GetPos(), 10 + static_cast<std::int32_t>((room / 1024 + 1) * 1024));
-            EXPECT_TRUE(ReadWhole(dir_.Bytes("named")) == "old" + bytes_.substr(10, room));
-        }
-    }
-}
 
 // The address of the page that would be given next: it stays where it is while pages are reused.
-std::int32_t NextPage(VFile const& file) {
-    VMem& memory = VFileInspector::Memory(file);
+std::int32_t NextPage(VMem& memory) {
     std::int32_t addr = 0;
     memory.AllocPage(addr);
     std::int32_t const next = addr;
@@ -158,53 +31,170 @@ std::int32_t NextPage(VFile const& file) {
     return next;
 }
 
-TEST_F(VFileFaults, NoBlockIsLost) {
-    WriteWhole(dir_.Bytes("named"), bytes_);
-    HostSource source(dir_.Bytes("named"));
-    Twin other(bytes_), twin(Pattern(5000, 4));
-    std::int32_t settled = 0;
-    for (int round = 0; round < 3; ++round) {
-        for (Script::Act const act :
-             {Script::kVeto, Script::kThrowBefore, Script::kThrowAfter, Script::kNothing}) {
-            for (int kind = 0; kind < 5; ++kind) {
-                source.At(0);
-                auto const change = [&](auto& f) {
-                    kind == 0   ? f.ReplaceBuf(1500, 700, bytes_.data(), kLength)
-                    : kind == 1 ? f.ReplaceTxt(1500, 700, Twin::Beside(f, other), 0, kLength)
-                    : kind == 2 ? f.ReplaceFile(1500, 700, source.AsFile(f), kLength)
-                                : f.ReplaceFile(1500, 700, source.AsHandle(f), kLength + kind - 3);
-                };
-                twin.Do(change, {.act = act});
-                twin.Do([&](auto& f) {
-                    f.SetPos(0), f.ReplaceBuf(0, 1024, bytes_.data(), 0);
-                });  // one whole block
-                twin.Do([&](auto& f) { f.ReplaceBuf(0, 0, bytes_.data(), 1024); });
-                twin.Do([](auto& f) { f.SetPos(0), f.ReplaceBuf(1500, kLength, nullptr, 0); });
-                twin.Do([](auto& f) { f.ReplaceBuf(1500, 0, std::string(700, 'x').data(), 700); });
+class VFileFaults : public testing::Test {
+protected:
+    VFileFaults() {
+        old_.ReplaceBuf(0, 0, Pattern(3000, 8).data(), 3000);
+        large_.ReplaceBuf(0, 0, bytes_.data(), kLength);
+    }
+
+    struct LargeCache {  // no swap file unless a test wants one
+        LargeCache() { VFile::SetMaxCacheSize(2000); }
+        ~LargeCache() { VFile::SetMaxCacheSize(70); }
+    } cache_;
+    TempDir dir_;
+    std::string const bytes_ = Pattern(kLength);
+    HostSource source_{bytes_};
+    VFile old_, large_;
+
+    void TakeSource(VFile& f, std::int32_t count) {
+        source_.At(0);
+        count == kLength ? f.ReplaceFile(500, 700, source_.file, count)
+                         : f.ReplaceFile(500, 700, source_.AsHandle(f), count);
+    }
+    void Look(VFile& f) {
+        unsigned char there = 0, back = 0;
+        f.SetPos(1500);
+        f.ReadByte(there);
+        f.ReadPrevByte(back);
+        EXPECT_EQ(there << 8 | back, 0x101 * ((1500 + 8 * 37) % 251));
+        f.WriteToFile(HandleOf(::open("/dev/null", O_WRONLY | O_CLOEXEC)), MaxLen);
+    }
+
+    std::vector<std::function<void(VFile&)>> const kActs{
+        [this](VFile& f) { Look(f); },
+        [](VFile& f) { f.ReplaceBuf(1500, 7, "small", 5); },
+        [](VFile& f) { f.ReplaceBuf(0, 1024, nullptr, 0); },
+        [](VFile& f) { f.ReplaceBuf(0, MaxLen, nullptr, 0); },
+        [this](VFile& f) { f.ReplaceBuf(1500, 700, bytes_.data(), kLength); },
+        [this](VFile& f) { f.ReplaceTxt(1500, 700, large_, 0, MaxLen); },
+        [this](VFile& f) { TakeSource(f, kLength); },
+        [this](VFile& f) { TakeSource(f, kLength + 1); },
+        [this](VFile& f) { TakeSource(f, MaxLen); },
+    };
+
+    Call Transfer(bool saving, Fault const& fault, FileRes res);
+};
+
+// Saves or loads with the fault in force; judges, tries again without it, and gives the call that was hit.
+Call VFileFaults::Transfer(bool saving, Fault const& fault, FileRes res) {
+    std::string const name = dir_.Bytes("named"), old = AllBytes(old_);
+    WriteWhole(name, saving ? old : bytes_);
+    VFile file(saving ? large_ : old_);
+    auto const transfer = [&] {
+        saving ? file.Save(dir_.Name("named").c_str(), true) : file.Load(dir_.Name("named").c_str(), 0);
+    };
+    std::size_t const before = OpenDescriptors();
+    Call hit;
+    {
+        Faults faults(fault);
+        transfer();
+        hit = faults.Hit();
+    }
+    if (hit == Call::kStat && fault.error == EINTR) return hit;  // no system interrupts that one
+    SCOPED_TRACE(testing::Message() << (saving ? "save, call " : "load, call ") << int(hit) << ' '
+                                    << fault.nth);
+    constexpr Call kReported[] = {Call::kOpen, Call::kTruncate, Call::kRead, Call::kWrite};
+    bool const reported = std::find(std::begin(kReported), std::end(kReported), hit) != std::end(kReported);
+    // One look at the status asks whether it is a directory, others only for hints.
+    bool const failed = hit == Call::kStat ? file.res != ResDone : reported && res != ResDone;
+    std::string const onDisk = ReadWhole(name);
+    bool const cutShort = failed && hit == Call::kWrite;
+    EXPECT_EQ(file.res, failed ? res : ResDone);
+    EXPECT_EQ(OpenDescriptors(), before);
+    ExpectSound(file);
+    EXPECT_TRUE(AllBytes(file) == (saving || !failed ? bytes_ : ""));
+    EXPECT_EQ(file.GetPos(),
+              !saving || (failed && !cutShort) ? 0 : int(onDisk.size()) + (cutShort ? BlkSize : 0));
+    EXPECT_EQ(onDisk.size() % (64 * BlkSize), cutShort ? 0 : onDisk == old ? old.size() : 3392);
+    EXPECT_TRUE(onDisk == old ? saving && failed : bytes_.starts_with(onDisk)) << "cut before it was held";
+    transfer();
+    EXPECT_TRUE(AllBytes(file) == bytes_ && ReadWhole(name) == bytes_) << "not usable again";
+    return hit;
+}
+
+TEST_F(VFileFaults, EveryCallOfSaveAndLoad) {
+    constexpr struct {
+        Fault fault;
+        FileRes res;
+    } kCases[] = {
+        {{.error = EIO},                                ResDiskParityError},
+        {{.kind = Fault::kFailOnward, .error = ENOSPC}, ResDiskFull       },
+        {{.error = EACCES},                             ResNoPermission   },
+        {{.error = EINTR},                              ResDone           },
+        {{.kind = Fault::kCut, .cut = 1},               ResDone           },
+        {{.kind = Fault::kCut},                         ResDone           },
+    };
+    for (auto const& c : kCases) {
+        for (bool const saving : {true, false}) {
+            SCOPED_TRACE(c.fault.error);
+            Fault fault = c.fault;
+            while (Transfer(saving, fault, c.res) != Call::kNone) ++fault.nth;
+            EXPECT_GT(fault.nth, fault.kind == Fault::kCut ? 1 : 6) << "hardly a call was met";
+        }
+    }
+}
+
+TEST_F(VFileFaults, MemoryRunsOut) {
+    VFile::SetMaxCacheSize(5);  // soon full, so that no page asks for memory
+    int refused = 0;
+    for (auto const& act : kActs) {
+        for (Fault::Kind const kind : {Fault::kFail, Fault::kFailOnward}) {
+            Fault fault{.kind = kind, .only = Call::kAllocate};
+            for (Call hit = Call::kOpen; hit != Call::kNone; ++fault.nth) {
+                SCOPED_TRACE(testing::Message()
+                             << "act " << &act - kActs.data() << ", allocation " << fault.nth);
+                VFile file(old_), want(old_);
+                file.Flush();
+                {
+                    Faults faults(fault);
+                    act(file);
+                    hit = faults.Hit();
+                }
+                act(want);
+                bool const lacked = hit != Call::kNone && file.res == ResHeapOverflow;
+                EXPECT_TRUE(lacked || file.res == want.res);
+                EXPECT_TRUE(AllBytes(file) == AllBytes(lacked ? old_ : want));
+                ExpectSound(file);
+                refused += lacked;
             }
         }
-        twin.ExpectSameBytes();
-        if (round == 0) settled = NextPage(twin.file);
     }
-    EXPECT_EQ(NextPage(twin.file), settled);
+    EXPECT_GE(refused, 6) << "hardly an allocation was refused";
+}
+
+TEST_F(VFileFaults, NoBlockIsLost) {
+    VMem& memory = VFileInspector::Memory(old_);
+    std::int32_t settled = 0;
+    for (int round = 0; round < 3; ++round) {
+        for (int how = Script::kNothing; how < Script::kChangeAfter; ++how) {
+            for (auto const& act : kActs) {
+                Probe file;
+                file.ReplaceTxt(0, 0, old_, 0, MaxLen);
+                file.Begin({.act = static_cast<Script::Act>(how)});
+                try {
+                    act(file);
+                } catch (HookThrew const&) {
+                }
+            }
+        }
+        if (round == 0) settled = NextPage(memory);
+    }
+    EXPECT_EQ(NextPage(memory), settled);
 }
 
 // A file that cannot come into being leaves the thread as if it had never been asked for.
 TEST_F(VFileFaults, NoMemoryForTheFirstFileOfAThread) {
     std::thread([] {
-        CatchHalts catching;
         int stops = 0;
-        for (int n = 1, fired = 1; fired; ++n) {
-            SCOPED_TRACE(n);
+        for (int n = 1, last = -1; last < stops; ++n) {
+            last = stops;
             VFile::SetMaxCacheSize(33);
-            try {
-                Faults faults({.nth = n, .only = Call::kAllocate});
-                fired = 0;
+            std::string const halt = HaltOf([&] {
+                Faults const faults({.nth = n, .only = Call::kAllocate});
                 VFile file;
-            } catch (HaltCaught const&) {
-                fired = 1;
-                ++stops;
-            }
+            });
+            stops += !halt.empty();
             EXPECT_EQ(VFile::GetCacheSize(), 0);
             EXPECT_EQ(VFile::GetMaxCacheSize(), 33);
             EXPECT_EQ(VFile("again").res, ResDone);
@@ -214,153 +204,80 @@ TEST_F(VFileFaults, NoMemoryForTheFirstFileOfAThread) {
     }).join();
 }
 
-TEST_F(VFileFaults, MemoryRunsOut) {
-    WriteWhole(dir_.Bytes("named"), bytes_);
-    HostSource source(dir_.Bytes("named"));
-    VFile::SetMaxCacheSize(5);  // soon full, so that no page asks for memory
-    int refused = 0;
-    for (int kind = 0; kind < 6; ++kind) {
-        for (Fault::Kind const how : {Fault::kFail, Fault::kFailOnward}) {
-            for (int n = 1, fired = 1; fired; ++n) {
-                SCOPED_TRACE(testing::Message() << "kind " << kind << ", allocation " << n);
-                VFile file, large;
-                file.ReplaceBuf(0, 0, old_.data(), 3000);
-                large.ReplaceBuf(0, 0, bytes_.data(), kLength);
-                file.Flush();
-                source.At(0);
-                std::string expected = old_;
-                std::int32_t seen = 0;
-                {
-                    Faults faults({.kind = how, .nth = n, .only = Call::kAllocate});
-                    unsigned char b = 0;
-                    switch (kind) {
-                        case 0:
-                            file.ReplaceBuf(1500, 7, "small", 5);
-                            break;
-                        case 1:
-                            file.ReplaceBuf(1500, 7, bytes_.data(), kLength);
-                            break;
-                        case 2:
-                            file.ReplaceTxt(1500, 7, large, 0, kLength);
-                            break;
-                        case 3:
-                            file.ReplaceFile(1500, 7, source.AsHandle(file), MaxLen);
-                            break;
-                        case 4:
-                            file.ReplaceFile(1500, 7, source.file, kLength);
-                            break;
-                        default:
-                            file.SetPos(1500);
-                            for (int i = 0; i < 5; ++i)
-                                file.ReadByte(b), seen += b, file.ReadPrevByte(b), seen -= b;
-                            file.WriteToFile(HandleOf(::open("/dev/null", O_WRONLY | O_CLOEXEC)), MaxLen);
-                    }
-                    fired = faults.Hit() != Call::kNone;
-                }
-                if (file.res == ResDone && kind < 5) expected.replace(1500, 7, kind ? bytes_ : "small");
-                refused += file.res != ResDone;
-                EXPECT_TRUE(file.res == ResDone || (fired && kind < 5 && file.res == ResHeapOverflow))
-                    << file.res;
-                EXPECT_EQ(seen, 0);
-                EXPECT_TRUE(AllBytes(file) == expected);
-                char const* const broken = BrokenRule(file);
-                EXPECT_EQ(broken, nullptr) << broken;
-            }
-        }
-    }
-    EXPECT_GE(refused, 6) << "hardly an allocation was refused";
-}
-
+// A change needs pages, or those of waiting records; one within a block needs none.
 TEST_F(VFileFaults, AddressRangeIsFull) {
-    VFile file, empty;
-    file.ReplaceBuf(0, 0, bytes_.data(), 9000);
-    VMem& memory = VFileInspector::Memory(file);
+    VMem& memory = VFileInspector::Memory(old_);
     std::int32_t addr = 0;
-    for (std::int32_t top = NextPage(file); MaxLen - top > 40'000; top = addr + 32'767)
+    for (std::int32_t top = NextPage(memory); MaxLen - top > 40'000; top = addr + 32'767)
         memory.Alloc(addr, 32'767);
     while (memory.CanAllocPage()) memory.AllocPage(addr);
-    auto const check = [](VFile& f, std::string const& bytes, std::int32_t res) {
+    VFile empty;
+    std::string bytes = AllBytes(old_);
+    auto const check = [](VFile& f, std::string const& should, FileRes res) {
         EXPECT_EQ(f.res, res);
-        std::string all(bytes.size() + 1, '\0');
+        EXPECT_TRUE(AllBytes(f) == should);
+        ExpectSound(f);
         f.SetPos(0);
-        EXPECT_EQ(f.ReadBytes(all.data(), static_cast<std::int32_t>(all.size())),
-                  static_cast<std::int32_t>(bytes.size()));
-        EXPECT_TRUE(all.substr(0, bytes.size()) == bytes);
-        char const* const broken = BrokenRule(f);
-        EXPECT_EQ(broken, nullptr) << broken;
     };
-    std::string want = bytes_.substr(0, 9000);
-    file.ReplaceBuf(3000, 0, bytes_.data(), 5000);
-    check(file, want, ResHeapOverflow);
-    file.ReplaceTxt(3000, 5, file, 0, MaxLen);
-    check(file, want, ResHeapOverflow);
-    empty.ReplaceBuf(0, 0, "x", 1);
-    check(empty, "", ResHeapOverflow);
-    file.ReplaceBuf(3000, SameLen, "in place", 8);
-    check(file, want.replace(3000, 8, "in place"), ResDone);
-    file.ReplaceBuf(2000, 5000, nullptr, 0);
-    check(file, want.erase(2000, 5000), ResDone);
-    file.ReplaceBuf(0, 0, bytes_.data(), 2500);
-    check(file, want.insert(0, bytes_, 0, 2500), ResDone);
+    for (std::size_t const act : {4, 5, 6, 8}) {
+        kActs[act](old_);
+        check(old_, bytes, ResHeapOverflow);
+        kActs[act](empty);
+        check(empty, "", ResHeapOverflow);
+    }
+    kActs[1](old_);
+    check(old_, bytes.replace(1500, 7, "small"), ResDone);
+    large_.ReplaceBuf(0, 2048, nullptr, 0);
+    old_.ReplaceBuf(500, 0, bytes_.data(), 600);
+    check(old_, bytes.insert(500, bytes_, 0, 600), ResDone);
     empty.ReplaceBuf(0, 0, "x", 1);
     check(empty, "x", ResDone);
     empty.Flush();  // from here on only the page tells
-    for (; file.res == ResDone; want.insert(0, bytes_, 0, 1000)) file.ReplaceBuf(0, 0, bytes_.data(), 1000);
-    check(file, want.substr(1000), ResHeapOverflow);
+    for (; old_.res == ResDone; bytes.insert(0, bytes_, 0, 1000)) old_.ReplaceBuf(0, 0, bytes_.data(), 1000);
+    check(old_, bytes.substr(1000), ResHeapOverflow);
     check(empty, "x", ResDone);
 }
 
-// A failing swap file stops the operation, once, and takes no bytes with it; all goes on when the disk does.
+// A failing swap file stops the operation, and takes no bytes with it; all goes on when the disk does.
 TEST_F(VFileFaults, SwapFails) {
-    VFile::SetMaxCacheSize(3);
+    std::string const old = AllBytes(old_);
     VFile::SetTempDir(dir_.Name("").c_str());
-    std::size_t const before = OpenDescriptors();
-    constexpr struct {
-        Call call;
-        char const* message;
-    } kCases[] = {
-        {Call::kOpen,    "swap file creation failed"               },
-        {Call::kWriteAt, "writing on swap file failed (disk full?)"},
-        {Call::kReadAt,  "reading from swap file failed"           },
-    };
-    for (auto const& c : kCases) {
-        for (int n = 1; n <= (c.call == Call::kOpen ? 1 : 40); ++n) {
-            SCOPED_TRACE(testing::Message() << NameOf(c.call) << " " << n);
-            VFile file, steady;
-            steady.ReplaceBuf(0, 0, bytes_.data(), c.call == Call::kOpen ? 700 : kLength);
-            steady.Flush();
-            std::string const was = c.call == Call::kOpen ? bytes_.substr(0, 700) : bytes_;
-            {
-                Faults faults({.kind = Fault::kFailOnward, .nth = n, .error = EIO, .only = c.call});
-                std::string const halt = HaltOf([&] {
-                    for (int i = 0; i < 40; ++i) file.ReplaceTxt(i * 1500, 500, steady, i * 3000, 2200);
-                    AllBytes(file);
-                    VFile::ReleaseCache();
-                });
-                EXPECT_TRUE(halt.starts_with("VMem, ") && halt.ends_with(c.message)) << halt;
-            }
-            EXPECT_TRUE(AllBytes(steady) == was);
-            EXPECT_EQ(dir_.Entries(), 0u);
-        }
-    }
-    EXPECT_EQ(OpenDescriptors(), before);
+    VFile::SetMaxCacheSize(3);
     VFile emptied("abc"), other;
     other.ReplaceBuf(0, 0, bytes_.data(), kLength);
-    VFile::ReleaseCache();  // so that its page is read when it is given back
-    {
-        Faults faults({.error = EIO, .only = Call::kReadAt});
-        EXPECT_NE(HaltOf([&] { emptied.ReplaceBuf(0, MaxLen, nullptr, 0); }), "");
-    }
-    EXPECT_EQ(AllBytes(emptied), "abc") << "changed, and PostChange not told";
     unsigned char b;
-    other.SetPos(10), other.ReadByte(b);  // its block stands in the buffer
-    VFile::ReleaseCache();
+    other.SetPos(10);
+    other.ReadByte(b);      // its block stands in the buffer
+    VFile::ReleaseCache();  // so that pages are read when they are given back or go out
     {
-        Faults faults({.kind = Fault::kFailOnward, .error = EIO, .only = Call::kReadAt});
+        Faults const faults({.kind = Fault::kFailOnward, .error = EIO, .only = Call::kReadAt});
         void* const target = HandleOf(::open("/dev/null", O_WRONLY | O_CLOEXEC));
         EXPECT_NE(HaltOf([&] { other.WriteToFile(target, MaxLen); }), "");
+        EXPECT_NE(HaltOf([&] { emptied.ReplaceBuf(0, MaxLen, nullptr, 0); }), "");
     }
     EXPECT_EQ(other.GetPos(), 11) << "moved over bytes that did not go out";
+    EXPECT_EQ(AllBytes(emptied), "abc") << "changed, and PostChange not told";
+    for (bool const reads : {true, false}) {
+        char const* const message =
+            reads ? "reading from swap file failed" : "writing on swap file failed (disk full?)";
+        for (int n = 1; n <= 25; ++n) {
+            SCOPED_TRACE(testing::Message() << message << ' ' << n);
+            VFile file(old_);
+            {
+                Faults const faults({.kind = Fault::kFailOnward,
+                                     .nth = n,
+                                     .error = EIO,
+                                     .only = reads ? Call::kReadAt : Call::kWriteAt});
+                std::string const halt = HaltOf([&] {
+                    for (int i = 0; i < 40; ++i) file.ReplaceTxt(i * 1500, 500, large_, i * 3000, 2200);
+                    AllBytes(file);
+                });
+                EXPECT_TRUE(halt.starts_with("VMem, ") && halt.ends_with(message)) << halt;
+            }
+            EXPECT_TRUE(AllBytes(large_) == bytes_ && AllBytes(old_) == old);
+            ExpectSound(file);
+        }
+    }
     VFile::SetTempDir(nullptr);
 }
 

@@ -8,25 +8,12 @@
 
 #include "support/faults.h"
 #include "support/host_source.h"
-#include "support/model.h"
-#include "support/temp_dir.h"
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define VFILE_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
-#define VFILE_SANITIZED 1
-#endif
-#endif
+#include "support/twin.h"
+#include "vfile/block.h"
 
 namespace vfile::test {
 namespace {
 
-#ifdef VFILE_SANITIZED
-constexpr std::uint32_t kOperations = 100'000;
-#else
-constexpr std::uint32_t kOperations = 1'200'000;
-#endif
 constexpr std::uint32_t kEpoch = 20'000;  // operations between two choices of cache and size
 constexpr std::int32_t kSourceLen = 9000;
 
@@ -35,95 +22,129 @@ std::uint32_t FromEnvironment(char const* name, std::uint32_t otherwise) {
     return text ? static_cast<std::uint32_t>(std::strtoul(text, nullptr, 10)) : otherwise;
 }
 
+// Reads through either side and notes what was read, the count and the untouched rest.
+template <class Side>
+void ReadSome(Side& f, std::int32_t count) {
+    std::string out(count < 0 ? 0 : static_cast<std::size_t>(count), '_');
+    std::int32_t const got = f.ReadBytes(out.data(), count);
+    f.Saw(out + std::to_string(got));
+}
+
+template <class Side>
+void ReadText(Side& f, std::int32_t size, std::int32_t start, std::int32_t count) {
+    std::string out(3000, '_');
+    std::int32_t const got = f.ReadTxt(out.data(), size, start, count);
+    f.Saw(out + std::to_string(got));
+}
+
+template <class Side>
+void ReadOneByOne(Side& f, bool back, std::int32_t steps) {
+    std::string out;
+    for (unsigned char b; steps > 0; --steps) {
+        back ? f.ReadPrevByte(b) : f.ReadByte(b);
+        out += static_cast<char>(b);
+    }
+    f.Saw(out);
+}
+
+template <class Side>
+void ReadNumber(Side& f) {
+    std::uint32_t x = 0xAABBCCDD;
+    f.ReadDWord(x);
+    f.Saw(std::to_string(x));
+}
+
 class RandomRun {
 public:
+    std::uint32_t applied = 0;
+
     explicit RandomRun(std::uint32_t seed) : random_(seed), data_(64 * 1024, '\0') {
         for (char& c : data_) c = static_cast<char>(random_());
-        WriteWhole(dir_.Bytes("source"), data_.substr(0, kSourceLen));
-        source_ = std::make_unique<HostSource>(dir_.Bytes("source"));
+        source_ = std::make_unique<HostSource>(data_.substr(0, kSourceLen));
         NewEpoch();
     }
     ~RandomRun() { VFile::SetMaxCacheSize(70); }
 
+    void NewEpoch() {
+        VFile::SetMaxCacheSize(CacheLimit());
+        files_.clear();
+        for (std::int32_t n = 1 + Some(4); n > 0; --n) files_.push_back(std::make_unique<Twin>());
+        limit_ = Some(8) == 0 ? 200'000 : 20'000;
+    }
+
     void Step() {
-        std::uint32_t const dice = Below(1000);
-        twin_ = files_[Below(files_.size())].get();
+        std::int32_t const dice = Some(1000);
+        twin_ = Any();
         // Short blocks gather, since only few changes merge them: a file is begun again now and then.
         if (twin_->model.Length() > limit_ || dice > 996) return Shrink();
         if (dice < 5) return BearOrBury();
         if (dice < 20) return twin_->ExpectSameBytes();
-        if (dice < 24) return dice < 22 ? VFile::ReleaseCache() : VFile::SetMaxCacheSize(CacheLimit());
+        if (dice < 22) return VFile::ReleaseCache();
+        if (dice < 24) return VFile::SetMaxCacheSize(CacheLimit());
         Relax();
-        if (dice < 600) return Change(dice % 16);
+        if (dice < 600) return Change(dice % 20);
         if (dice < 880) return Read(dice % 8);
-        if (dice < 970) return Move();
-        Flags();
+        if (dice < 970) return Move(dice % 8);
+        Flags(dice % 8);
     }
-
-    void NewEpoch() {
-        VFile::SetMaxCacheSize(CacheLimit());
-        files_.clear();
-        for (std::uint32_t n = 1 + Below(4); n > 0; --n) files_.push_back(std::make_unique<Twin>());
-        limit_ = Below(8) == 0 ? 200'000 : 20'000;
-    }
-
-    std::uint32_t applied = 0;
 
 private:
     std::mt19937 random_;
     std::string data_;
-    TempDir dir_;
     std::unique_ptr<HostSource> source_;
     std::vector<std::unique_ptr<Twin>> files_;
     Twin* twin_ = nullptr;
     std::int32_t limit_ = 0;
 
-    std::uint32_t Below(std::size_t bound) { return static_cast<std::uint32_t>(random_() % bound); }
-    std::int16_t CacheLimit() { return static_cast<std::int16_t>(2 + Below(4)); }
     std::int32_t Some(std::int32_t bound) {
-        return static_cast<std::int32_t>(Below(static_cast<std::size_t>(bound)));
+        return static_cast<std::int32_t>(random_() % static_cast<std::uint32_t>(bound));
     }
+    std::int16_t CacheLimit() { return static_cast<std::int16_t>(2 + Some(4)); }
+    Twin* Any() { return files_[random_() % files_.size()].get(); }
+    char const* Data() { return Some(30) ? data_.data() + Some(50'000) : nullptr; }
 
-    // A number of bytes: mostly few, often about whole blocks, sometimes absurd.
+    // A number of bytes: mostly few, often what just fits or just does not, sometimes absurd.
     std::int32_t Count() {
-        std::uint32_t const dice = Below(40);
-        if (dice < 2) return dice ? MaxLen - Some(3) : Below(4) ? MaxLen : -1 - Some(3);
+        std::int32_t const dice = Some(40);
+        if (dice == 0) return Some(4) ? MaxLen : -1 - Some(3);
+        if (dice == 1) return MaxLen - Some(3);
         if (dice < 6) return BlkSize * Some(4) - 2 + Some(5);
-        return Some(dice < 8 ? 5000 : dice < 12 ? 700 : 12);
+        if (dice < 9) return BlkSize - VFileInspector::Cursor(twin_->file).ptr->len - 1 + Some(3);
+        return Some(dice < 11 ? 5000 : dice < 15 ? 700 : 12);
     }
-    std::int32_t DelCount() { return Below(6) == 0 ? SameLen : Below(3) == 0 ? 0 : Count(); }
+    std::int32_t DelCount() { return Some(6) == 0 ? SameLen : Some(3) == 0 ? 0 : Count(); }
     // A number of bytes that are really there, in data_.
     std::int32_t DataCount() {
         std::int32_t const n = Count();
-        return n < 0 && Below(2) ? n : n < 0 || n > 6000 ? Some(6000) : n;
+        return n > 6000 ? Some(6000) : n;
     }
+    // Mostly near the cursor or a border of two blocks.
     std::int32_t Position() {
-        std::int32_t const length = twin_->model.Length(), pos = twin_->model.GetPos();
-        std::uint32_t const dice = Below(12);
-        if (dice < 4) return pos + Some(3) - (Below(8) == 0);
+        std::int32_t const length = twin_->model.Length(), pos = twin_->model.GetPos(), dice = Some(12);
+        BlkRdr const& cursor = VFileInspector::Cursor(twin_->file);
+        if (dice < 4) return pos + Some(3) - (Some(8) == 0);
         if (dice == 4) return std::max(0, pos - Some(1200));
-        if (dice < 7) return BlkSize * Some(length / BlkSize + 1) + Some(5) - (Below(6) == 0 ? 2 : 0);
-        if (dice == 7) return length - (Below(2) ? 0 : Some(3));
-        if (dice == 8) return Below(4) ? length + Some(2000) : MaxLen - Some(2000);
+        if (dice < 7) return cursor.start + (Some(2) ? cursor.ptr->len : 0) - 2 + Some(4);
+        if (dice == 7) return length - Some(3);
+        if (dice == 8) return Some(4) ? length + Some(2000) : MaxLen - Some(2000);
         return Some(length + 1);
     }
-    char const* Data() { return data_.data() + Below(50'000); }
 
     Script RandomScript() {
         Script script;
-        script.keepGone = Below(24) == 0;
-        if (Below(12)) return script;
-        script.act = static_cast<Script::Act>(1 + Below(4));
-        script.at = 1 + (Below(4) == 0);
+        script.keepGone = Some(24) == 0;
+        if (Some(12)) return script;
+        script.act = static_cast<Script::Act>(1 + Some(4));
+        script.at = 1 + (Some(4) == 0);
         script.veto = 1 + Some(24);
         script.start = Some(3) ? twin_->model.GetPos() + Some(40) : Some(twin_->model.Length() + 1);
         script.delLen = Count();
-        script.data = data_.substr(Below(1000), Below(4) ? Below(20) : Below(3000));
+        script.data = Pattern(Some(4) ? Some(20) : Some(3000));
         return script;
     }
 
     void Shrink() {
-        std::int32_t const start = Some(3000), count = Below(4) ? MaxLen : Some(15'000);
+        std::int32_t const start = Some(3000), count = Some(4) ? MaxLen : Some(15'000);
         twin_->Do([&](auto& f) {
             f.Lock(false);
             f.SetPos(0);
@@ -134,109 +155,76 @@ private:
 
     // Old files go in any order and new ones take over their records and pages.
     void BearOrBury() {
-        if (Below(2) && files_.size() < 5) {
-            files_.push_back(std::make_unique<Twin>(std::string_view(Data(), Below(9000))));
-        } else if (files_.size() > 1 || Below(4) == 0) {
-            files_.erase(files_.begin() + Below(files_.size()));
+        if (Some(2) && files_.size() < 5) {
+            files_.push_back(std::make_unique<Twin>(data_.substr(7, random_() % 9000)));
+        } else if (files_.size() > 1 || Some(4) == 0) {
+            files_.erase(files_.begin() + Some(static_cast<std::int32_t>(files_.size())));
             if (files_.empty()) NewEpoch();
         }
     }
 
     // Most operations should meet a file that lets them through.
     void Relax() {
-        if (twin_->model.FlagOn(VFile::Locked) && Below(2)) twin_->Do([](auto& f) { f.Lock(false); });
-        if (twin_->model.res != ResDone && Below(4)) twin_->Do([](auto& f) { f.SetPos(0, 1); });
-        if (twin_->model.FlagOn(VFile::ReadOnly) && Below(4))
-            twin_->Do([](auto& f) { f.ExclFlag(VFile::ReadOnly); });
+        bool const unlock = Some(2), reset = twin_->model.res != ResDone && Some(4), allow = Some(4);
+        twin_->Do([&](auto& f) {
+            if (unlock) f.Lock(false);
+            if (reset) f.SetPos(0, 1);
+            if (allow) f.ExclFlag(VFile::ReadOnly);
+        });
     }
 
-    void Change(std::uint32_t kind) {
-        std::int32_t const start = Position(), delLen = DelCount(), n = DataCount();
-        Script const script = RandomScript();
-        Twin const& other = *files_[Below(files_.size())];
-        char const* const data = Below(30) ? Data() : nullptr;
-        if (kind < 8) {
-            twin_->Do([&](auto& f) { f.ReplaceBuf(start, delLen, data, n); }, script);
-        } else if (kind == 8) {
-            twin_->Do([&](auto& f) { f.ReplaceCh(start, delLen, 'x', n); }, script);
-        } else if (kind < 13) {
-            std::int32_t const from = Some(other.model.Length() + 3) - (Below(30) == 0), count = Count();
-            twin_->Do([&](auto& f) { f.ReplaceTxt(start, delLen, Twin::Beside(f, other), from, count); },
-                      script);
-        } else {
-            ChangeFromFile(kind, start, delLen, script);
-        }
-        applied += !twin_->model.calls.empty();
-    }
-
-    void ChangeFromFile(std::uint32_t kind, std::int32_t start, std::int32_t delLen, Script const& script) {
+    void Change(std::int32_t kind) {
         HostSource& source = *source_;
-        bool const few = Below(3) != 0;  // read byte by byte, a long source would be a block for each byte
+        Twin const& other = *Any();
+        std::int32_t const start = Position(), delLen = DelCount(), n = DataCount(), count = Count();
+        std::int32_t const from = Some(other.model.Length() + 3) - (Some(30) == 0);
+        char const* const data = n < 0 ? data_.data() : Data();
+        bool const whole = Some(2),
+                   few = Some(3) &&
+                         kind < 19;  // read byte by byte, a long source would be a block for each byte
         source.At(kSourceLen - Some(few ? 40 : kSourceLen));
-        source.left.eof = source.file.eof;
-        std::int32_t const count = Count();
-        constexpr std::size_t kCuts[] = {1, 7, 0, 300, 1023, 1500};
-        Faults cuts({.kind = Fault::kCutAll,
-                     .cut = kCuts[Below(few ? 5 : 4) + (few ? Below(8) != 0 : 2)],
-                     .only = Call::kRead});
-        if (kind == 13) {
-            twin_->Do(
-                [&](auto& f) {
-                    f.ReplaceFile(start, delLen, source.AsFile(f), count);
-                    return source.Position(f) + source.Ended(f);
-                },
-                script);
-        } else if (kind == 14) {
-            twin_->Do(
-                [&](auto& f) {
-                    f.ReplaceFile(start, delLen, source.AsHandle(f), count);
-                    return source.Position(f);
-                },
-                script);
-        } else {
-            twin_->Do([&](auto& f) { f.ReadFromFile(source.AsHandle(f), count); }, script);
-        }
+        constexpr std::size_t kCuts[] = {1, 7, 300, 1023, 1500, 0};
+        Faults cuts({.kind = Fault::kCutAll, .cut = kCuts[few ? Some(6) : 2 + Some(4)], .only = Call::kRead});
+        auto const change = [&](auto& f) {
+            kind < 8     ? f.ReplaceBuf(start, delLen, data, n)
+            : kind == 8  ? f.ReplaceCh(start, delLen, 'x', n)
+            : kind < 13  ? f.ReplaceTxt(start, delLen, Twin::Beside(f, other), from, count)
+            : kind == 13 ? f.ReplaceFile(start, delLen, source.AsFile(f), count)
+            : kind == 14 ? f.ReplaceFile(start, delLen, source.AsHandle(f), count)
+            : kind == 15 ? f.ReadFromFile(source.AsFile(f), count)
+            : kind == 16 ? f.ReadFromFile(source.AsHandle(f), count)
+            : kind == 17 ? f.WriteFromFile(source.AsHandle(f), count)
+            : kind == 18 ? f.Write(source.AsFile(f), count)
+            : whole      ? f.Load(source.AsName(f), 1)
+                         : f.ReadFile(source.AsName(f), 1);
+            f.Saw(source.Position(f));
+        };
+        twin_->Do(change, RandomScript());
+        applied += twin_->model.seen.starts_with("before");
     }
 
-    void Read(std::uint32_t kind) {
-        std::int32_t const start = Position(), n = Count();
-        if (kind < 4) {
-            bool const back = kind < 2;
-            std::int32_t const steps = Below(60) ? 1 + Some(6) : 1 + Some(2500);
-            twin_->Do([&](auto& f) {
-                std::string seen(static_cast<std::size_t>(steps), '?');
-                for (char& c : seen) {
-                    unsigned char b;
-                    back ? f.ReadPrevByte(b) : f.ReadByte(b);
-                    c = static_cast<char>(b);
-                }
-                return seen;
-            });
-        } else if (kind < 7) {
-            std::int32_t const count = n > 6000 ? Some(6000) : n;
-            bool const real = count >= 0 && Below(30);
-            twin_->Do([&](auto& f) {
-                return real ? ReadSome(f, count) : std::to_string(f.ReadBytes(nullptr, count));
-            });
-        } else {
-            std::int32_t const size = Some(3000) - (Below(10) == 0);
-            twin_->Do([&](auto& f) {
-                std::string seen(3000, '?');
-                return std::to_string(f.ReadTxt(seen.data(), size, start, n)) + seen;
-            });
-        }
+    void Read(std::int32_t kind) {
+        std::int32_t const start = Position(), n = DataCount(), size = Some(3000) - (Some(10) == 0);
+        std::int32_t const steps = Some(60) ? 1 + Some(6) : 1 + Some(2500);
+        bool const real = Some(30), number = Some(4) == 0;
+        twin_->Do([&](auto& f) {
+            if (kind < 4) return ReadOneByOne(f, kind < 2, steps);
+            if (kind == 7) return ReadText(f, size, start, n);
+            if (number) return ReadNumber(f);
+            real ? ReadSome(f, n) : f.Saw(std::to_string(f.ReadBytes(nullptr, n)));
+        });
     }
 
-    void Move() {
-        std::int32_t const position = Position(), whence = Some(4) - (Below(20) == 0), kind = Some(8);
-        std::int32_t const offset = Below(2) ? Some(3000) - 1500 : Count();
+    void Move(std::int32_t kind) {
+        std::int32_t const position = Position(), whence = Some(4) - (Some(20) == 0);
+        std::int32_t const offset = Some(2) ? Some(3000) - 1500 : Count();
         twin_->Do([&](auto& f) {
             kind == 0 ? f.Flush() : kind < 3 ? f.SetPos(offset, whence) : f.SetPos(position);
         });
     }
 
-    void Flags() {
-        std::int32_t const bits = Some(0x800), kind = Some(8);
+    void Flags(std::int32_t kind) {
+        std::int32_t const bits = Some(0x800);
         twin_->Do([&](auto& f) {
             kind == 0   ? f.ToggleFlag(bits)
             : kind == 1 ? f.SetFlags(bits)
@@ -251,7 +239,7 @@ private:
 
 TEST(VFileRandom, BehavesLikeItsModel) {
     std::uint32_t const seed = FromEnvironment("VFILE_TEST_SEED", std::random_device{}());
-    std::uint32_t const operations = FromEnvironment("VFILE_TEST_OPERATIONS", kOperations);
+    std::uint32_t const operations = FromEnvironment("VFILE_TEST_OPERATIONS", 1'200'000);
     std::printf("VFILE_TEST_SEED=%u, %u operations\n", seed, operations);
     RandomRun run(seed);
     for (std::uint32_t n = 1; n <= operations; ++n) {

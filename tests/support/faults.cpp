@@ -70,12 +70,6 @@ Faults::~Faults() { armed = false; }
 
 Call Faults::Hit() const { return hit; }
 
-char const* NameOf(Call call) {
-    constexpr char const* kNames[] = {"none",   "open", "close", "stat",    "lock",     "truncate", "seek",
-                                      "advise", "read", "write", "read at", "write at", "allocate"};
-    return kNames[static_cast<int>(call)];
-}
-
 std::size_t OpenDescriptors() {
     std::filesystem::directory_iterator const all("/proc/self/fd");
     return static_cast<std::size_t>(std::distance(begin(all), end(all)));

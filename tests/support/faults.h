@@ -50,7 +50,6 @@ public:
     Call Hit() const;
 };
 
-char const* NameOf(Call call);
 std::size_t OpenDescriptors();
 
 }  // namespace vfile::test

@@ -2,50 +2,49 @@
 #pragma once
 
 #include <fcntl.h>
-#include <unistd.h>
 #include <vfile/host_file.h>
 
-#include <string>
-
-#include "support/model.h"
 #include "support/temp_dir.h"
+#include "support/twin.h"
 
 namespace vfile::test {
 
 class HostSource {
+    TempDir dir_;
+    TString name_ = dir_.Name("source");
+    std::string whole_;
+    void* handle_;
+    Source left_;
+    std::int32_t from_ = 0;
+
 public:
     HFile file;
-    Source left;
 
-    explicit HostSource(std::string const& path) : HostSource(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-        whole_ = ReadWhole(path);
-        At(0);
-    }
-    // Adopts a descriptor that has no position, a pipe's for instance, and says what it will give.
-    explicit HostSource(int descriptor, Source gives = {})
-        : file(HandleOf(descriptor)), left(std::move(gives)), handle_(HandleOf(descriptor)) {}
+    explicit HostSource(std::string const& bytes) : whole_(bytes), handle_(Open()), file(handle_) { At(0); }
 
     void At(std::int32_t position) {
         file.SetPos(position);
-        left = {whole_.substr(static_cast<std::size_t>(position))};
+        left_ = {whole_.substr(static_cast<std::size_t>(position))};
         from_ = position;
     }
 
     HFile& AsFile(VFile const&) { return file; }
-    Source& AsFile(Model const&) { return left; }
+    Source& AsFile(Model const&) { return left_; }
     void* AsHandle(VFile const&) { return handle_; }
-    Source& AsHandle(Model const&) { return left; }
+    Source& AsHandle(Model const&) { return left_; }
 
-    // Where the transfer left the host file, and whether it says that its end was met.
+    TChar const* AsName(VFile const&) const { return name_.c_str(); }
+    Source AsName(Model const&) const { return {whole_}; }
+
+    // Where the transfer left the host file.
     std::string Position(VFile const&) const { return std::to_string(file.GetPos()); }
-    std::string Position(Model const&) const { return std::to_string(from_ + left.taken); }
-    std::string Ended(VFile const&) const { return file.eof ? " eof" : ""; }
-    std::string Ended(Model const&) const { return left.eof ? " eof" : ""; }
+    std::string Position(Model const&) const { return std::to_string(from_ + left_.taken); }
 
 private:
-    std::string whole_;
-    void* handle_;
-    std::int32_t from_ = 0;
+    void* Open() const {
+        WriteWhole(dir_.Bytes("source"), whole_);
+        return HandleOf(::open(dir_.Bytes("source").c_str(), O_RDONLY | O_CLOEXEC));
+    }
 };
 
 }  // namespace vfile::test
