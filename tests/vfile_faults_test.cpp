@@ -58,7 +58,8 @@ protected:
         f.ReadByte(there);
         f.ReadPrevByte(back);
         EXPECT_EQ(there << 8 | back, 0x101 * ((1500 + 8 * 37) % 251));
-        f.WriteToFile(HandleOf(::open("/dev/null", O_WRONLY | O_CLOEXEC)), MaxLen);
+        HFile target(HandleOf(::open("/dev/null", O_WRONLY | O_CLOEXEC)));
+        f.WriteToFile(target, MaxLen);
     }
 
     std::vector<std::function<void(VFile&)>> const kActs{
@@ -251,7 +252,7 @@ TEST_F(VFileFaults, SwapFails) {
     VFile::ReleaseCache();  // so that pages are read when they are given back or go out
     {
         Faults const faults({.kind = Fault::kFailOnward, .error = EIO, .only = Call::kReadAt});
-        void* const target = HandleOf(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+        HFile target(HandleOf(::open("/dev/null", O_WRONLY | O_CLOEXEC)));
         EXPECT_NE(HaltOf([&] { other.WriteToFile(target, MaxLen); }), "");
         EXPECT_NE(HaltOf([&] { emptied.ReplaceBuf(0, MaxLen, nullptr, 0); }), "");
     }
