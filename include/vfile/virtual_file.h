@@ -31,6 +31,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace vfile {
 
@@ -39,6 +40,8 @@ class HFile;
 class VFile;
 class VMem;
 struct BlkDesc;
+template <class Direction, class Fold>
+class BytePattern;
 
 /// A place in a chain of blocks: byte `ix` of the block `ptr`, whose first byte is byte `start` of the file.
 /// `ix` may equal the length of the block: the same position as the start of the next one. For the library's
@@ -240,6 +243,80 @@ public:
     /// and `dst` as it was: `dst` null, `size` below 1, `start` or `count` negative.
     std::int32_t ReadTxt(char* dst, std::int32_t size, std::int32_t start, std::int32_t count);
 
+    // Search. Both directions take the cursor as a tool and leave it where the last byte was read: see each.
+    // Own thread. A stored `res` does not stop a search: its SetPos clears it.
+
+    /// Finds the leftmost place from `position` on where the bytes of `pattern`, a terminated string, stand.
+    /// True: `position` is one past the last byte of the match, where the next search has to begin; the
+    /// cursor is one further, or there with `eof` set at the end of the file. False: `position` is the length
+    /// plus 1 (saturating at MaxLen; from beyond the end, one more than it was), the cursor at the end, `eof`
+    /// set.
+    ///   ignoreCase  A to Z and a to z count as equal, whatever the locale; all other bytes for themselves.
+    ///   wholeWord   neither neighbour of the match is one of 0-9, A-Z, a-z, whatever the pattern itself holds;
+    ///               a candidate that is rejected is passed as a whole. The cursor of a true result is then one
+    ///               before the match, or 0 with `eof` set.
+    /// An empty pattern is found at once, and nothing changes. ResCallError, with nothing else changed:
+    /// `position` negative. `pattern` must not be null.
+    bool Find(std::int32_t& position, char const* pattern, bool ignoreCase, bool wholeWord);
+
+    /// The mirror of Find: the rightmost match that ends at `position` or before it, which is clipped to the
+    /// length first. True: `position` is the first byte of the match, the cursor one before it, or 0 with
+    /// `eof` set; with `wholeWord` one past the byte behind the match, or at the end with `eof` set. False:
+    /// `position` is -1, the cursor 0, `eof` set.
+    bool FindBack(std::int32_t& position, char const* pattern, bool ignoreCase, bool wholeWord);
+
+    /// Replaces every match that Find gives from 0 on, each by a ReplaceBuf of its own, with its hooks, and
+    /// gives their number. What was put in is not searched again. The cursor ends at the end, with `eof` set
+    /// and `res` clear. A replacement that fails ends the work with its code in `res`; those before it stand.
+    /// ResCallError, result 0 and nothing else changed: `pattern` empty.
+    std::int32_t ReplaceGlobal(char const* pattern, char const* replacement, bool ignoreCase, bool wholeWord);
+
+    // Lines. A line end is CR LF, a CR that no LF follows, or an LF that no CR precedes; a position on it, or
+    // between CR and LF, belongs to the line that it closes. A position behind a line end starts a line, also
+    // at the end of the file. All of them use the cursor and leave it where the last byte was read; a valid
+    // SetPos on the way clears `res`, and a position beyond the end counts as the end. Own thread, but for
+    // ReadLine and Read.
+
+    /// Whether CR LF stands before, around, behind `position`. A negative one is ResCallError and says nothing
+    /// but for BetweenCRLF, which is false below 1 and touches nothing.
+    bool AfterCRLF(std::int32_t position);
+    bool BetweenCRLF(std::int32_t position);
+    bool BeforeCRLF(std::int32_t position);
+
+    /// The start of the line that holds `position`. The cursor ends on the last byte of the line end before
+    /// it, or 0 with `eof` set; one past `position` when that starts a line behind a lone CR. Nothing is
+    /// touched at 0 and in an empty file. ResCallError, result 0: `position` negative.
+    std::int32_t LineStart(std::int32_t position);
+
+    /// The line that holds `position`: where it starts, its bytes with the line end, and the bytes of the line
+    /// end alone, 0 to 2. The cursor ends behind it, one further behind a lone CR. ResCallError, and nothing
+    /// written: `position` negative.
+    void LineSize(std::int32_t position, std::int32_t& start, std::int32_t& size, std::int32_t& eol);
+
+    /// The position behind the line end, or behind the content before it. ResCallError, result 0: `position`
+    /// negative.
+    std::int32_t LineEnd(std::int32_t position, bool withEol);
+
+    /// The number of blanks (0x20 alone) with which the line begins. The cursor ends one past the first other
+    /// byte, or at the end with `eof` set. ResCallError, result 0: `position` negative.
+    std::int32_t LineIndent(std::int32_t position);
+
+    /// Reads the rest of the line at the cursor, without its line end, as a terminated string into `buf` of
+    /// `size` bytes, and gives how many bytes it stored. What does not fit is passed over. The cursor ends
+    /// behind the line end; `eof` is set when the end of the file came first, and clear after a CR at the
+    /// very end. ResCallError, result 0: `buf` null or `size` below 1.
+    int ReadLine(char* buf, std::int32_t size);
+
+    /// Reads one character with every line end made LF. Gives the bytes it took, 2 for CR LF; 0 at the end,
+    /// with `ch` 0 and `eof` set.
+    template <ByteChar C>
+    int Read(C& ch) {
+        unsigned char b;
+        int const taken = ReadMappingEol(b);
+        ch = static_cast<C>(b);
+        return taken;
+    }
+
     // Transfer from and to files of the host. Own thread.
 
     /// Changes like ReplaceFile at the cursor, with `delLen` 0 under InsertMode, else SameLen. Two names for
@@ -354,6 +431,25 @@ private:
 
     VFILE_LOCAL void Init();
     VFILE_LOCAL bool OnOwnThread() const;
+
+    // Reads by runs: the bytes of the buffer from the cursor to the end of its block.
+    VFILE_LOCAL std::span<unsigned char const> RunAhead(unsigned char& lone);
+    VFILE_LOCAL std::span<unsigned char const> RunBehind(unsigned char& lone);
+    VFILE_LOCAL void MoveInBlock(std::ptrdiff_t bytes);
+
+    // Search and lines.
+    template <class Direction, class Fold>
+    VFILE_LOCAL bool Scan(BytePattern<Direction, Fold> const& pattern);
+    template <class Direction, class Fold>
+    VFILE_LOCAL bool FollowPartial(BytePattern<Direction, Fold> const& pattern);
+    template <class Direction>
+    VFILE_LOCAL bool ScanFrom(std::int32_t position, char const* pattern, std::int32_t len, bool ignoreCase);
+    VFILE_LOCAL bool WordBehind(std::int32_t position);
+    VFILE_LOCAL bool WordBefore(std::int32_t position);
+    VFILE_LOCAL bool PassToEol(unsigned char& end);
+    VFILE_LOCAL bool PassBackToEol();
+    VFILE_LOCAL void PassLf();
+    int ReadMappingEol(unsigned char& b);
 
     // Block records.
     VFILE_LOCAL BlkDesc* NewBlkPtr(BlkDesc* prev, BlkDesc* next, std::int16_t len);
