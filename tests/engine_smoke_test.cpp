@@ -4,8 +4,11 @@
 
 #include <concepts>
 #include <cstddef>
-#include <string>
+#include <filesystem>
 
+#include "support/halts.h"
+#include "support/temp_dir.h"
+#include "vfile/block.h"
 #include "vfile/invariants.h"
 
 namespace vfile {
@@ -87,6 +90,46 @@ TEST(VFileFace, LoadsEditsAndCopies) {
     for (VFile const* const one : all) {
         EXPECT_EQ(one->res, ResDone);
         EXPECT_EQ(BrokenRule(*one), nullptr);
+    }
+}
+
+TEST(VFileFace, EmptiedFileGivesItsPageBack) {
+    for (std::int32_t const len : {1, BlkSize, 5 * BlkSize}) {
+        VFile file('x', len);
+        file.ReplaceBuf(0, MaxLen, nullptr, 0);
+        EXPECT_EQ(VFileInspector::First(file)->addr, kNoAddr) << len;
+        EXPECT_EQ(BrokenRule(file), nullptr);
+    }
+}
+
+struct FlushingHook : VFile {
+    std::int32_t PreChange(std::int32_t, std::int32_t, std::int32_t) const override {
+        const_cast<FlushingHook*>(this)->Flush();
+        return ResDone;
+    }
+};
+
+TEST(VFileFace, HookThatTakesTheBufferAwayStops) {
+    FlushingHook file;
+    EXPECT_EQ(test::HaltOf([&] { file.ReplaceBuf(0, 0, "x", 1); }),
+              "VFile, ReplaceBuf():\nfile changed in PreChange");
+    EXPECT_EQ(file.Length(), 0);
+    EXPECT_EQ(BrokenRule(file), nullptr);
+}
+
+// A source with a stored failure is not read, so that its size does not matter.
+TEST(VFileFace, StoredFailureOfTheSourceComesBeforeItsSize) {
+    test::TempDir dir;
+    test::WriteWhole(dir.Bytes("large"), "");
+    std::filesystem::resize_file(dir.Bytes("large"), std::uintmax_t{MaxLen} + 1);
+    HFile source;
+    ASSERT_TRUE(source.OpenSeqRead(dir.Name("large").c_str()));
+    VFile file;
+    for (FileRes const stored : {ResDone, ResDiskFull}) {
+        source.res = stored;
+        file.SetPos(0);
+        file.ReplaceFile(0, 0, source, MaxLen);
+        EXPECT_EQ(file.res, stored == ResDone ? ResTooLong : stored);
     }
 }
 

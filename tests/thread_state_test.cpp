@@ -6,6 +6,7 @@
 #include <vfile/vmem.h>
 
 #include <cstdlib>
+#include <optional>
 #include <thread>
 
 #include "platform/platform.h"
@@ -157,6 +158,8 @@ struct FileWithStorage {
     ~FileWithStorage() { file.ReplaceCh(0, 0, 'x', 200'000); }  // it can still be used
 };
 
+std::optional<FileWithStorage> fileOfTheProgram;
+
 VFile& FileOfTheThread() {
     static thread_local FileWithStorage late;
     return late.file;
@@ -167,8 +170,8 @@ TEST(ThreadStateDeathTest, LiveFilesStopAndLateOnesDoNot) {
     EXPECT_EXIT(OnFreshThread([] { new VFile; }), testing::KilledBySignal(SIGABRT), "VFile, line ");
     EXPECT_EXIT((new VFile, std::exit(0)), testing::KilledBySignal(SIGABRT), "VFile, line ");
     auto const lateFiles = [] {
-        static FileWithStorage ofTheProgram;
-        ofTheProgram.file.SetPos(1), FileOfTheThread().SetPos(1);
+        fileOfTheProgram.emplace();
+        FileOfTheThread().SetPos(1);
         OnFreshThread([] { FileOfTheThread().SetPos(1); });
         std::exit(0);
     };

@@ -5,11 +5,13 @@
 #include <unistd.h>
 #include <vfile/host_file.h>
 #include <vfile/result.h>
+#include <vfile/thread.h>
 #include <vfile/virtual_file.h>
 #include <vfile/vmem.h>
 
 #include <cerrno>
 #include <functional>
+#include <thread>
 
 #include "support/faults.h"
 #include "support/halts.h"
@@ -188,6 +190,31 @@ TEST_F(VFileFaults, NoBlockIsLost) {
         if (round == 0) settled = NextPage(twin.file);
     }
     EXPECT_EQ(NextPage(twin.file), settled);
+}
+
+// A file that cannot come into being leaves the thread as if it had never been asked for.
+TEST_F(VFileFaults, NoMemoryForTheFirstFileOfAThread) {
+    std::thread([] {
+        CatchHalts catching;
+        int stops = 0;
+        for (int n = 1, fired = 1; fired; ++n) {
+            SCOPED_TRACE(n);
+            VFile::SetMaxCacheSize(33);
+            try {
+                Faults faults({.nth = n, .only = Call::kAllocate});
+                fired = 0;
+                VFile file;
+            } catch (HaltCaught const&) {
+                fired = 1;
+                ++stops;
+            }
+            EXPECT_EQ(VFile::GetCacheSize(), 0);
+            EXPECT_EQ(VFile::GetMaxCacheSize(), 33);
+            EXPECT_EQ(VFile("again").res, ResDone);
+        }
+        EXPECT_GT(stops, 1);
+        EXPECT_TRUE(VFile_UninitializeThread());  // stops when a file is still counted
+    }).join();
 }
 
 TEST_F(VFileFaults, MemoryRunsOut) {

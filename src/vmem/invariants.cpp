@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
 #include <vector>
 
 #ifdef VFILE_CHECKS
@@ -21,7 +20,16 @@ bool ReadFromFile(platform::Handle file, std::int64_t size, std::int32_t addr, s
     return got == kPageSize;
 }
 
-// The links C1 of a page of the list; null when they agree.
+// Whether the file holds `len` bytes, whole pages, as they stand in `bytes`.
+bool SameInFile(platform::Handle file, std::int32_t addr, std::byte const* bytes, std::int32_t len) {
+    std::byte page[kPageSize];
+    for (std::int32_t at = 0; at < len; at += kPageSize) {
+        if (!ReadFromFile(file, MaxLen, addr + at, page)) return false;
+        if (std::memcmp(page, bytes + at, kPageSize) != 0) return false;
+    }
+    return true;
+}
+
 bool LinksAgree(CacheDesc const& page, CacheDesc const* newest, CacheDesc const* oldest) {
     return (page.next ? page.next->prev == &page : oldest == &page) &&
            (page.prev ? page.prev->next == &page : newest == &page);
@@ -81,18 +89,12 @@ char const* VMemInspector::BrokenSwapRule(SwapFile const& swap) {
 }
 
 char const* VMemInspector::BrokenReadAheadRule(SwapFile const& swap) {
-    std::byte bytes[kPageSize];
     for (ReadAhead::Run const& run : swap.readAhead.runs) {
-        if (run.start % kPageSize != 0 || run.len % kPageSize != 0 || run.len > ReadAhead::kRunBytes ||
-            (run.len > 0 && run.End() > swap.swapSize)) {
-            return "R1: a run lies outside the file";
-        }
-        for (std::int32_t at = 0; at < run.len; at += kPageSize) {
-            if (!ReadFromFile(swap.swapHandle, swap.swapSize, run.start + at, bytes) ||
-                std::memcmp(bytes, run.bytes.get() + at, kPageSize) != 0) {
-                return "R1: a run is staler than the file";
-            }
-        }
+        bool const inPages = run.start % kPageSize == 0 && run.len % kPageSize == 0;
+        if (!inPages || run.len > ReadAhead::kRunBytes) return "R1: a run is not made of pages";
+        if (run.len > 0 && run.End() > swap.swapSize) return "R1: a run lies outside the file";
+        if (!SameInFile(swap.swapHandle, run.start, run.bytes.get(), run.len))
+            return "R1: a run is staler than the file";
     }
     return nullptr;
 }
@@ -117,27 +119,30 @@ char const* VMemInspector::BrokenChunkFields(VMem const& v) {
     return nullptr;
 }
 
-char const* VMemInspector::BrokenChunkRule(VMem const& v) {
-    std::vector<std::pair<std::int64_t, std::int64_t>> chunks;  // from, to
-    for (int list = -1; list <= v.numLists; ++list) {
-        std::int32_t at = Head(v, list);
-        for (std::int32_t left = Count(v, list); left > 0; --left) {
-            std::int32_t next = -1;
-            std::int16_t len = list < 0 ? std::int16_t{kPageSize} : v.freeLen[list];
-            if (at < 0 || !Peek(v, at, &next, 4) || (list == 0 && !Peek(v, at + 4, &len, 2))) {
-                return "A2: a list ends before its count";
-            }
-            if (list == 0 && len < 6) return "A2: a short chunk on the general list";
-            chunks.emplace_back(at, std::int64_t{at} + len);
-            at = next;
-        }
-        if (at != -1) return "A2: a list goes on behind its count";
+char const* VMemInspector::BrokenFreeListRule(VMem const& v, int list, std::vector<Stretch>& chunks) {
+    std::int32_t at = Head(v, list);
+    for (std::int32_t left = Count(v, list); left > 0; --left) {
+        std::int32_t next = -1;
+        std::int16_t len = list < 0 ? std::int16_t{kPageSize} : v.freeLen[list];
+        bool const readable = Peek(v, at, &next, 4) && (list != 0 || Peek(v, at + 4, &len, 2));
+        if (!readable) return "A2: a list ends before its count";
+        if (list == 0 && len < 6) return "A2: a short chunk on the general list";
+        chunks.push_back({at, std::int64_t{at} + len});
+        at = next;
     }
-    std::ranges::sort(chunks);
+    return at == -1 ? nullptr : "A2: a list goes on behind its count";
+}
+
+char const* VMemInspector::BrokenChunkRule(VMem const& v) {
+    std::vector<Stretch> chunks;
+    for (int list = -1; list <= v.numLists; ++list) {
+        if (char const* const rule = BrokenFreeListRule(v, list, chunks)) return rule;
+    }
+    std::ranges::sort(chunks, {}, &Stretch::from);
     std::int64_t end = 0;
-    for (auto const& [from, to] : chunks) {
-        if (from < end) return "A3: two free chunks share a byte";
-        end = to;
+    for (Stretch const& chunk : chunks) {
+        if (chunk.from < end) return "A3: two free chunks share a byte";
+        end = chunk.to;
     }
     return end <= v.maxAddress ? nullptr : "A3: a free chunk outside the range";
 }

@@ -4,6 +4,8 @@
 
 #include <vfile/vmem.h>
 
+#include <vector>
+
 #include "vmem/cache.h"
 #include "vmem/swap_file.h"
 
@@ -41,6 +43,10 @@ struct VMemInspector {
     static char const* BrokenContentRule(VMem const& v);
     static char const* BrokenSwapRule(SwapFile const& swap);
     static char const* BrokenReadAheadRule(SwapFile const& swap);
+    struct Stretch {
+        std::int64_t from, to;
+    };
+    static char const* BrokenFreeListRule(VMem const& v, int list, std::vector<Stretch>& chunks);
     static char const* BrokenChunkRule(VMem const& v);
     static char const* BrokenChunkFields(VMem const& v);
 };

@@ -132,16 +132,10 @@ void* __real_malloc(size_t size);
 void* __wrap_malloc(size_t size) { return Fails(Call::kAllocate) ? nullptr : __real_malloc(size); }
 }
 
-// The library asks for objects in this form alone.
+// The library asks for objects in these forms alone.
 void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
-    if (Fails(Call::kAllocate)) return nullptr;
-    try {
-        return ::operator new(size);
-    } catch (std::bad_alloc const&) {
-        return nullptr;
-    }
+    return Fails(Call::kAllocate) ? nullptr : ::operator new(size);
 }
-
-void* operator new[](std::size_t size, std::nothrow_t const& form) noexcept {
-    return ::operator new(size, form);
+void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
+    return Fails(Call::kAllocate) ? nullptr : ::operator new[](size);
 }
