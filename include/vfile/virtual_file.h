@@ -23,11 +23,13 @@
 /// they end, a change fails with ResHeapOverflow.
 #pragma once
 
+#include <vfile/edit_family.h>
 #include <vfile/export.h>
 #include <vfile/handle.h>
 #include <vfile/result.h>
 #include <vfile/types.h>
 
+#include <compare>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -114,6 +116,14 @@ public:
     /// `type` and `radix`.
     VFile(VFile const& src, std::int32_t start = 0, std::int32_t count = MaxLen);
 
+    /// Takes over all that `other`, a file of this thread, is: bytes, cursor, `res`, `eof`, flags, `type`, `radix`.
+    /// `other` is a new, empty file afterwards. No hook sees it. Constant time.
+    VFile(VFile&& other);
+
+    /// Exchanges all that the two files are, in constant time and unseen by hooks. Own thread; stops for a file
+    /// of another one.
+    void Swap(VFile& other);
+
     /// Own thread. Constant time, whatever the length: the blocks go to the thread's pool.
     virtual ~VFile();
 
@@ -168,11 +178,83 @@ public:
     /// and `radix` stay.
     virtual VFile& operator=(VFile const& src);
 
+    /// The whole content gives way to a string, which must not be null, or to one character.
+    virtual VFile& operator=(char const* s);
+    virtual VFile& operator=(char ch);
+    virtual VFile& operator=(signed char ch);
+    virtual VFile& operator=(unsigned char ch);
+    VFile& operator=(char8_t ch) { return *this = static_cast<char>(ch); }
+    VFile& operator=(std::nullptr_t) = delete;
+
     // For derived classes; without effect here.
 
     virtual void CheckInvariants() const;
     virtual void Show(char const* text) const;
     virtual void Dump() const;
+
+    // The typed editing forms: InsertByte, WriteDWord, Append and their kin, see <vfile/edit_family.h>. A family
+    // is where the new bytes go, and how many bytes their N take the place of. Write overwrites, and inserts
+    // under InsertMode; Replace always overwrites; both go beyond the end of the file where it is too short.
+    //
+    // clang-format off
+    //                family   start   bytes that go
+    VFILE_EDIT_FAMILY(Insert,  pos,    NoBytes);
+    VFILE_EDIT_FAMILY(Replace, pos,    AsMany);
+    VFILE_EDIT_FAMILY(Write,   pos,    AsManyUnlessInserting);
+    VFILE_EDIT_FAMILY(Append,  length, NoBytes);
+    VFILE_EDIT_FAMILY(Prepend, 0,      NoBytes);
+    // clang-format on
+
+    /// ReplaceBuf by nothing: of a range; of all from the cursor on. `len` SameLen deletes nothing.
+    void Delete(std::int32_t start, std::int32_t len) { ReplaceBuf(start, len, nullptr, 0); }
+    void Truncate() { ReplaceBuf(pos, MaxLen, nullptr, 0); }
+
+    /// Write at the cursor, and Append at the end: a character as one byte, a string, the whole of a file.
+    template <ByteChar C>
+    VFile& operator<<(C ch) {
+        WriteByte(static_cast<unsigned char>(ch));
+        return *this;
+    }
+    VFile& operator<<(char const* s);
+    VFile& operator<<(VFile const& src);
+    VFile& operator<<(std::nullptr_t) = delete;
+    template <ByteChar C>
+    VFile& operator+=(C ch) {
+        AppendByte(static_cast<unsigned char>(ch));
+        return *this;
+    }
+    VFile& operator+=(char const* s);
+    VFile& operator+=(VFile const& src);
+    VFile& operator+=(std::nullptr_t) = delete;
+
+    /// Writes the digits of a number to the base `radix`, lower-case letters above 9, and nothing around them,
+    /// as Write does a string. A negative number has a minus sign in base 10; in any other base it shows as two's
+    /// complement, of 8 bytes for an operand of 8, else of 4. Stops: `radix` outside 2 to 36.
+    template <WholeNumber<2> T>
+    VFile& operator<<(T value) {
+        return *this << std::int32_t{value};
+    }
+    template <WholeNumber<4> T>
+    VFile& operator<<(T value) {
+        using Fixed = std::conditional_t<std::is_signed_v<T>, std::int32_t, std::uint32_t>;
+        return WriteNumber(static_cast<Fixed>(value));
+    }
+    template <WholeNumber<8> T>
+    VFile& operator<<(T value) {
+        using Fixed = std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>;
+        return WriteNumber(static_cast<Fixed>(value));
+    }
+
+    /// ReadByte into a character.
+    template <ByteChar C>
+    VFile& operator>>(C& ch) {
+        ReadChar(ch);
+        return *this;
+    }
+
+    /// Makes the rest of this file, from the cursor on, the whole content of `target`, and goes to the end. When
+    /// that fails, the target's code is this file's too, and the cursor stays.
+    VFile& operator>>(VFile& target);
 
     // The cursor.
 
@@ -319,16 +401,11 @@ public:
 
     // Transfer from and to files of the host. Own thread.
 
-    /// Changes like ReplaceFile at the cursor, with `delLen` 0 under InsertMode, else SameLen. Two names for
-    /// one thing.
-    void ReadFromFile(void* handle, std::int32_t count);
-    void ReadFromFile(HFile& file, std::int32_t count);
+    /// WriteFromFile and Write of a host file under a second name.
+    void ReadFromFile(void* handle, std::int32_t count) { WriteFromFile(handle, count); }
+    void ReadFromFile(HFile& file, std::int32_t count) { Write(file, count); }
     template <NotAHandle T>
     void ReadFromFile(T const&, std::int32_t) = delete;
-    void WriteFromFile(void* handle, std::int32_t count);
-    template <NotAHandle T>
-    void WriteFromFile(T const&, std::int32_t) = delete;
-    void Write(HFile& file, std::int32_t count);
 
     /// Writes the `count` bytes from the cursor on, as far as there are so many, to an open file of the host,
     /// at its position. The cursor moves over what was written, flags play no part. After a failure `res` has
@@ -422,6 +499,10 @@ protected:
 
 private:
     friend struct VFileInspector;
+    friend bool operator==(VFile const&, VFile const&);
+    friend bool operator==(VFile const&, char const*);
+    friend std::strong_ordering operator<=>(VFile const&, VFile const&);
+    friend std::strong_ordering operator<=>(VFile const&, char const*);
     class VFILE_LOCAL HostEnd;
     class VFILE_LOCAL PrivateChain;
     struct VFILE_LOCAL BytesAt;
@@ -431,6 +512,21 @@ private:
 
     VFILE_LOCAL void Init();
     VFILE_LOCAL bool OnOwnThread() const;
+    VFILE_LOCAL bool HasOwnerOf(VFile const& other) const;
+    VFILE_LOCAL void CheckSameOwner(VFile const& other, std::int32_t line) const;
+
+    // How many bytes go for `n` that come in.
+    static std::int32_t NoBytes(std::int32_t) { return 0; }
+    static std::int32_t AsMany(std::int32_t n) { return n; }
+    std::int32_t AsManyUnlessInserting(std::int32_t n) const { return FlagOn(InsertMode) ? 0 : n; }
+
+    void ReplaceStr(std::int32_t start, std::int32_t delLen, char const* s);
+    VFile& WriteNumber(std::int32_t value);
+    VFile& WriteNumber(std::uint32_t value);
+    VFile& WriteNumber(std::int64_t value);
+    VFile& WriteNumber(std::uint64_t value);
+    template <class T>
+    VFILE_LOCAL VFile& WriteDigits(T value);
 
     // Reads by runs: the bytes of the buffer from the cursor to the end of its block.
     VFILE_LOCAL std::span<unsigned char const> RunAhead(unsigned char& lone);
@@ -494,7 +590,6 @@ private:
     VFILE_LOCAL void CheckTouched() const;
 
     // Transfer.
-    VFILE_LOCAL std::int32_t OverwriteLen() const { return FlagOn(InsertMode) ? 0 : SameLen; }
     VFILE_LOCAL void TakeFrom(HostEnd& source, std::int32_t start, std::int32_t delLen, std::int32_t count);
     VFILE_LOCAL FileRes ReadIn(HostEnd& source, std::int32_t count, PrivateChain& chain, std::int32_t& got);
     VFILE_LOCAL void GiveTo(HostEnd& target, std::int32_t count);
@@ -514,4 +609,19 @@ private:
     std::uint32_t changes = 0;     // applied so far; wraps
 };
 
+inline void swap(VFile& a, VFile& b) { a.Swap(b); }
+
+/// Compare the bytes of two files, or of a file and a terminated string, which must not be null: unsigned, the first
+/// difference decides, and what is a beginning of the other is less. NUL bytes of a file compare like any other. All
+/// comparison operators follow from these, with the string on either side. Nothing moves: cursor, `res` and `eof` stay,
+/// and the state of the flags plays no part. Own thread, of both files.
+VFILE_EXPORT bool operator==(VFile const& a, VFile const& b);
+VFILE_EXPORT bool operator==(VFile const& a, char const* s);
+VFILE_EXPORT std::strong_ordering operator<=>(VFile const& a, VFile const& b);
+VFILE_EXPORT std::strong_ordering operator<=>(VFile const& a, char const* s);
+bool operator==(VFile const&, std::nullptr_t) = delete;
+std::strong_ordering operator<=>(VFile const&, std::nullptr_t) = delete;
+
 }  // namespace vfile
+
+#undef VFILE_EDIT_FAMILY
