@@ -143,6 +143,7 @@ TEST(Environment, AValueCountsWhenItFitsWhole) {
 TEST(Environment, OnlyADirectoryOfTheEffectiveUserIsUsable) {
     TempDir dir;
     test::WriteWhole(dir.Bytes("file"), "x");
+    ASSERT_EQ(chmod(dir.Bytes("file").c_str(), 0700), 0);
     SetLastError(kDataError);
     for (auto const& name : {dir.Name("file"), dir.Name("none"), TString(), TString(u"\xD800")}) {
         EXPECT_FALSE(IsUsableDirectory(name.c_str()));

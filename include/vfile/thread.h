@@ -10,6 +10,10 @@
 /// module "VFile". Files with thread-local storage are gone by then, and so are static files at the end of
 /// the process.
 ///
+/// Threads that still run when the process exits or the library is unloaded must make and destroy no file from
+/// then on. A thread that runs on after an unload leaves a copy of its temporary directory behind, where
+/// it has set one: VFile_UninitializeThread on that thread, called before, gives it back.
+///
 /// In a child made by `fork` the one thread starts without state and gets its own at its first use.
 #pragma once
 

@@ -1,6 +1,7 @@
 #include "frame/slots.h"
 
-#include <cstdlib>
+#include <algorithm>
+#include <iterator>
 #include <mutex>
 
 #include "platform/platform.h"
@@ -10,6 +11,11 @@ namespace {
 
 // -1 while the table is closed. Set before other threads use the library, read without a lock from then on.
 constinit std::int32_t threadKey = -1;
+
+// A thread's block, which counts only while the thread's word under the key points to it. Not from the heap: no
+// one could free the blocks of the threads that still run when the library goes, at the end of the process they
+// may even be in use, while this goes with the thread or with the library, whichever comes first.
+constinit thread_local SlotWord threadBlock[kSlotCount] = {};
 
 // The numbers that are taken. `highWater` is the next fresh one.
 struct NumberTable {
@@ -63,17 +69,11 @@ bool Slots_UninitializeProcess() {
 
 bool Slots_InitializeThread() {
     if (threadKey == -1) return false;
-    void* const block = std::calloc(kSlotCount, sizeof(SlotWord));
-    if (!block) return false;
-    if (platform::SetThreadWord(threadKey, block)) return true;
-    std::free(block);  // nobody could find it any more
-    return false;
+    std::fill(std::begin(threadBlock), std::end(threadBlock), SlotWord{0});
+    return platform::SetThreadWord(threadKey, threadBlock);
 }
 
-bool Slots_UninitializeThread() {
-    std::free(Block());
-    return threadKey != -1 && platform::SetThreadWord(threadKey, nullptr);
-}
+bool Slots_UninitializeThread() { return threadKey != -1 && platform::SetThreadWord(threadKey, nullptr); }
 
 bool Slots_IsThreadInitialized() { return Block() != nullptr; }
 

@@ -4,7 +4,7 @@
 //             is left, or all have been given back.
 //   Words     a pointer or a small number, 0 at first, in a block of 64 that a thread asks for. A thread
 //             without a block reads 0 and stores nothing.
-//   Fork      the one thread of a child process has no block; the parent's copy of it is left as it lies.
+//   Fork      the one thread of a child process has no block.
 //   Threads   any, at once. Only the table of numbers is shared and locked; opening and closing it is for a
 //             time when no other thread uses it.
 #pragma once
@@ -23,14 +23,14 @@ inline constexpr std::int32_t kSlotCount = 64;
 // has no per-thread key left.
 bool Slots_InitializeProcess(void (*atThreadEnd)());
 
-// Closes it; false when it was closed. No thread is called back from here on, and the blocks of the threads
-// that still have one are not visited.
+// Closes it; false when it was closed. No thread is called back from here on; those that still have a block keep
+// their words until they or the library are gone, but nothing reads them any more.
 bool Slots_UninitializeProcess();
 
 // Gives the calling thread a zeroed block; it must have none. False when the table is closed or memory is short.
 bool Slots_InitializeThread();
 
-// Frees the calling thread's block, if it has one. False when the table is closed.
+// Takes the calling thread's block, if it has one. False when the table is closed.
 bool Slots_UninitializeThread();
 
 bool Slots_IsThreadInitialized();

@@ -34,6 +34,12 @@ NameStep StepOfName(TChar const* src, std::size_t len, char* dst) {
     return {step.len, 1};
 }
 
+// The units in `dst` that bytes which are no UTF-8 travel as; gives how many.
+std::size_t Escape(std::string_view bytes, TChar* dst) {
+    for (char const byte : bytes) *dst++ = static_cast<TChar>(kByteEscape + static_cast<unsigned char>(byte));
+    return bytes.size();
+}
+
 }  // namespace
 
 NameBytes::NameBytes(TChar const* name) : systemError_(ENOENT) {
@@ -56,22 +62,13 @@ NameBytes::NameBytes(TChar const* name) : systemError_(ENOENT) {
 
 std::size_t UnitsOfBytes(std::string_view bytes, TChar* dst) {
     std::size_t units = 0;
-    auto const append = [&](TChar const* src, std::size_t count) {
-        if (dst) std::memcpy(dst + units, src, count * sizeof(TChar));
-        units += count;
-    };
     for (std::size_t at = 0; at < bytes.size();) {
         Step const step = DecodeUtf8(bytes.data() + at, bytes.size() - at);
         TChar made[kMaxUtf8Bytes];
-        std::size_t count = 0;
-        if (step.form == Form::kWhole) {
-            count = EncodeUtf16(step.codePoint, made);
-        } else {
-            for (; count < step.len; ++count) {
-                made[count] = static_cast<TChar>(kByteEscape + static_cast<unsigned char>(bytes[at + count]));
-            }
-        }
-        append(made, count);
+        std::size_t const count = step.form == Form::kWhole ? EncodeUtf16(step.codePoint, made)
+                                                            : Escape(bytes.substr(at, step.len), made);
+        if (dst) std::memcpy(dst + units, made, count * sizeof(TChar));
+        units += count;
         at += step.len;
     }
     return units;
