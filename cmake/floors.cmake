@@ -11,6 +11,9 @@ function(vfile_common_options target)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         target_compile_options(${target} PRIVATE -fno-gnu-unique)  # a unique symbol would forbid unloading
     endif()
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+        target_compile_options(${target} PRIVATE -Wno-restrict)  # sees overlaps in "text" + std::string at -O2
+    endif()
     if(VFILE_WERROR)
         target_compile_options(${target} PRIVATE -Werror)
     endif()

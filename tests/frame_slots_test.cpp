@@ -59,6 +59,7 @@ TEST(Slots, WordsAreTheThreadsOwn) {
     EXPECT_EQ(wordsAtEnd, std::vector<SlotWord>{70}) << "once, with its words, and not without a block";
     for (std::int32_t number = 0; number < kSlotCount; ++number) EXPECT_EQ(Slots_Get(number), wordOf(number));
     EXPECT_TRUE(Slots_UninitializeThread() && Slots_UninitializeThread() && !Slots_IsThreadInitialized());
+    EXPECT_TRUE(Slots_InitializeThread() && Slots_Get(7) == 0 && Slots_UninitializeThread()) << "afresh";
     EXPECT_TRUE(Slots_UninitializeProcess());
 }
 

@@ -167,21 +167,17 @@ TEST_F(VFileFaults, NoBlockIsLost) {
              {Script::kVeto, Script::kThrowBefore, Script::kThrowAfter, Script::kNothing}) {
             for (int kind = 0; kind < 5; ++kind) {
                 source.At(0);
-                std::int32_t const count = kind == 4 ? kLength + 1 : kLength;
-                twin.Do(
-                    [&](auto& f) {
-                        switch (kind) {
-                            case 0:
-                                return f.ReplaceBuf(1500, 700, bytes_.data(), kLength);
-                            case 1:
-                                return f.ReplaceTxt(1500, 700, Twin::Beside(f, other), 0, kLength);
-                            case 2:
-                                return f.ReplaceFile(1500, 700, source.AsFile(f), kLength);
-                            default:
-                                return f.ReplaceFile(1500, 700, source.AsHandle(f), count);
-                        }
-                    },
-                    {.act = act});
+                auto const change = [&](auto& f) {
+                    kind == 0   ? f.ReplaceBuf(1500, 700, bytes_.data(), kLength)
+                    : kind == 1 ? f.ReplaceTxt(1500, 700, Twin::Beside(f, other), 0, kLength)
+                    : kind == 2 ? f.ReplaceFile(1500, 700, source.AsFile(f), kLength)
+                                : f.ReplaceFile(1500, 700, source.AsHandle(f), kLength + kind - 3);
+                };
+                twin.Do(change, {.act = act});
+                twin.Do([&](auto& f) {
+                    f.SetPos(0), f.ReplaceBuf(0, 1024, bytes_.data(), 0);
+                });  // one whole block
+                twin.Do([&](auto& f) { f.ReplaceBuf(0, 0, bytes_.data(), 1024); });
                 twin.Do([](auto& f) { f.SetPos(0), f.ReplaceBuf(1500, kLength, nullptr, 0); });
                 twin.Do([](auto& f) { f.ReplaceBuf(1500, 0, std::string(700, 'x').data(), 700); });
             }

@@ -163,6 +163,10 @@ TEST_F(VFileTransfer, FromSourceOfTwoGiB) {
         }
     }
     VFile file(kTen);
+    source.res = ResNetworkError;
+    file.ReplaceFile(2, 0, source, MaxLen);
+    EXPECT_EQ(file.res, ResNetworkError) << "the code that the source brought comes first";
+    file.SetPos(0);
     file.ReadFile(dir_.Name("large").c_str(), 0);
     EXPECT_EQ(file.res, ResTooLong);
     EXPECT_EQ(AllBytes(file), kTen);
@@ -218,7 +222,9 @@ TEST_F(VFileTransfer, NamedFilesThatCannotBeHad) {
     HFile held, shared;
     ASSERT_TRUE(held.Open(dir_.Name("held").c_str()));
     ASSERT_TRUE(shared.OpenSeqRead(dir_.Name("read").c_str()));
-    bool const root = ::geteuid() == 0;
+    bool const root = ::geteuid() == 0;  // nothing is closed to it
+    std::int32_t const closed = root ? ResDone : ResNoPermission;
+    TString const noName(1, char16_t{0xD800}), longName = dir_.Name(std::string(300, 'x'));
     struct {
         char const* what;
         TString name;
@@ -227,19 +233,18 @@ TEST_F(VFileTransfer, NamedFilesThatCannotBeHad) {
         char const* content;  // loaded
         std::int32_t save;
     } const kCases[] = {
-        {"missing",                     dir_.Name("missing"),    0,                  ResNotFound,                              "",                   ResDone                                },
-        {"no such directory",           dir_.Name("no/file"),    0,                  ResIllegalPath,                           "",                   ResIllegalPath                         },
-        {"below a file",                dir_.Name("held/file"),  0,                  ResUnknownPath,                           "",                   ResUnknownPath                         },
-        {"a directory",                 dir_.Name(""),           0,                  ResNoPermission,                          "",                   ResNoPermission                        },
-        {"held by another",             dir_.Name("held"),       kShareRead,         ResNoPermission,                          "",                   ResNoPermission                        },
-        {"read by another",             dir_.Name("read"),       kShareRead,         ResDone,                                  "read",               ResNoPermission                        },
-        {"read by another, not shared", dir_.Name("read"),       0,                  ResNoPermission,                          "",                   ResNoPermission                        },
-        {"unreadable",                  dir_.Name("unreadable"), 0,                  root ? ResDone : ResNoPermission,         root ? "secret" : "",
-         root ? ResDone : ResNoPermission                                                                                                                                                   },
-        {"no name at all",              TString(1,               char16_t{0xD800}),  0,                                        ResIllegalName,       "",                                      ResIllegalName},
-        {"a name too long",                             dir_.Name(std::string(300,                                    'x')), 0, ResIllegalName,                    "",                                             ResIllegalName},
-        {"a device that is always full",               u"/dev/full",                                      kShareRead,                           -1,                                         "",              ResDiskFull},
-        {"a device that holds nothing",                  u"/dev/null",                                         kShareRead,                               ResDone,                                          "",ResDone                    },
+        {"missing",                      dir_.Name("missing"),    0,          ResNotFound,     "",                   ResDone        },
+        {"no such directory",            dir_.Name("no/file"),    0,          ResIllegalPath,  "",                   ResIllegalPath },
+        {"below a file",                 dir_.Name("held/file"),  0,          ResUnknownPath,  "",                   ResUnknownPath },
+        {"a directory",                  dir_.Name(""),           0,          ResNoPermission, "",                   ResNoPermission},
+        {"held by another",              dir_.Name("held"),       kShareRead, ResNoPermission, "",                   ResNoPermission},
+        {"read by another",              dir_.Name("read"),       kShareRead, ResDone,         "read",               ResNoPermission},
+        {"read by another, not shared",  dir_.Name("read"),       0,          ResNoPermission, "",                   ResNoPermission},
+        {"unreadable",                   dir_.Name("unreadable"), 0,          closed,          root ? "secret" : "", closed         },
+        {"no name at all",               noName,                  0,          ResIllegalName,  "",                   ResIllegalName },
+        {"a name too long",              longName,                0,          ResIllegalName,  "",                   ResIllegalName },
+        {"a device that is always full", u"/dev/full",            kShareRead, -1,              "",                   ResDiskFull    },
+        {"a device that holds nothing",  u"/dev/null",            kShareRead, ResDone,         "",                   ResDone        },
     };
     for (auto const& c : kCases) {
         SCOPED_TRACE(c.what);
@@ -251,7 +256,11 @@ TEST_F(VFileTransfer, NamedFilesThatCannotBeHad) {
             EXPECT_TRUE(c.load < 0 || twin.file.res == c.load) << twin.file.res;
             twin.ExpectSameBytes();
         }
-        VFile file("0123456789");
+        Twin refuses(kTen);
+        refuses.Do([](auto& f) { f.InclFlag(VFile::ReadOnly); });
+        refuses.Do([&](auto& f) { TakeNamed(f, false, c.name, c.share, {}); });
+        EXPECT_EQ(refuses.file.res, ResReadOnly);
+        VFile file(kTen);
         file.SetPos(4);
         file.WriteFile(c.name.c_str(), true);
         EXPECT_EQ(file.res, c.save);
