@@ -19,6 +19,8 @@
 // NOLINTBEGIN(bugprone-macro-parentheses): `Family` is a piece of a name.
 #define VFILE_EDIT_FAMILY(Family, start, lengthOf)                                                    \
     void Family##Byte(unsigned char b) { ReplaceBuf(start, lengthOf(1), &b, 1); }                     \
+    template <NotAByte T>                                                                             \
+    void Family##Byte(T) = delete;                                                                    \
     void Family##Bytes(void const* data, std::int32_t n) { ReplaceBuf(start, lengthOf(n), data, n); } \
     template <WholeNumber<2> T>                                                                       \
     void Family##Word(T x) {                                                                          \

@@ -71,8 +71,8 @@ public:
 
     // Bits of the flag word, all off at first. 0x004, 0x010 and 0x040 are the host's own.
 
-    /// ReadFromFile, WriteFromFile, Write and ReadFile insert; while it is off they overwrite. The five
-    /// Replace operations do not look at it.
+    /// The Write family, `<<`, ReadFromFile and ReadFile insert; while it is off they overwrite. Nothing else
+    /// looks at it.
     static constexpr std::int32_t InsertMode = 0x001;
     /// Changes of bytes, and ReadFile, fail with ResReadOnly, those included that would change nothing.
     static constexpr std::int32_t ReadOnly = 0x002;
@@ -154,6 +154,8 @@ public:
     /// of which removes the whole range (of `SameLen`: `count` bytes). A failure in a later one leaves the
     /// earlier ones in the file.
     virtual void ReplaceCh(std::int32_t start, std::int32_t delLen, char ch, std::int32_t count);
+    template <NotAByte T>
+    void ReplaceCh(std::int32_t, std::int32_t, T, std::int32_t) = delete;
 
     /// By `srcLen` bytes of `src` from `srcStart` on, both clipped to `src`. `src` may be this file, and the
     /// ranges may overlap: the outcome is as if `src` had been copied first. Stops like a foreign thread when
@@ -513,7 +515,7 @@ private:
     VFILE_LOCAL void Init();
     VFILE_LOCAL bool OnOwnThread() const;
     VFILE_LOCAL bool HasOwnerOf(VFile const& other) const;
-    VFILE_LOCAL void CheckSameOwner(VFile const& other, std::int32_t line) const;
+    VFILE_LOCAL bool CheckSameOwner(VFile const& other, std::int32_t line) const;
 
     // How many bytes go for `n` that come in.
     static std::int32_t NoBytes(std::int32_t) { return 0; }

@@ -28,23 +28,23 @@ std::strong_ordering Order(A a, B b, std::int32_t len) {
 }  // namespace
 
 bool operator==(VFile const& a, VFile const& b) {
-    a.CheckSameOwner(b, __LINE__);
+    if (!a.CheckSameOwner(b, __LINE__)) return false;
     return a.length == b.length && (a <=> b) == 0;
 }
 
 bool operator==(VFile const& a, char const* s) {
-    a.CheckSameOwner(a, __LINE__);
+    if (!a.CheckSameOwner(a, __LINE__)) return false;
     return std::strlen(s) == static_cast<std::size_t>(a.length) && (a <=> s) == 0;
 }
 
 std::strong_ordering operator<=>(VFile const& a, VFile const& b) {
-    a.CheckSameOwner(b, __LINE__);
+    if (!a.CheckSameOwner(b, __LINE__)) return std::strong_ordering::less;
     auto const order = Order(VFile::BytesOf(a, 0), VFile::BytesOf(b, 0), std::min(a.length, b.length));
     return order != 0 ? order : a.length <=> b.length;
 }
 
 std::strong_ordering operator<=>(VFile const& a, char const* s) {
-    a.CheckSameOwner(a, __LINE__);
+    if (!a.CheckSameOwner(a, __LINE__)) return std::strong_ordering::less;
     std::size_t const len = std::strlen(s);
     auto const common = static_cast<std::int32_t>(std::min(len, static_cast<std::size_t>(a.length)));
     auto const order =

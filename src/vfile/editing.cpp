@@ -85,7 +85,7 @@ VFile& VFile::WriteDigits(T value) {
     }
     NumberScratch scratch;
     auto const digits = NumberText(scratch, value, radix);
-    WriteBytes(digits.data(), static_cast<std::int32_t>(digits.size()));
+    ReplaceBuf(pos, AsManyUnlessInserting(SameLen), digits.data(), static_cast<std::int32_t>(digits.size()));
     return *this;
 }
 

@@ -121,13 +121,15 @@ bool VFile::OnOwnThread() const {
 
 bool VFile::HasOwnerOf(VFile const& other) const { return owner == other.owner && birth == other.birth; }
 
-void VFile::CheckSameOwner(VFile const& other, std::int32_t line) const {
-    if (!OnOwnThread() || !HasOwnerOf(other)) HaltA(kModule, line);
+bool VFile::CheckSameOwner(VFile const& other, std::int32_t line) const {
+    if (OnOwnThread() && HasOwnerOf(other)) return true;
+    HaltA(kModule, line);
+    return false;
 }
 
 // The count of changes only ever grows, so that a hook that swaps is found out.
 void VFile::Swap(VFile& other) {
-    CheckSameOwner(other, __LINE__);
+    if (!CheckSameOwner(other, __LINE__)) return;
     std::swap(res, other.res);
     std::swap(eof, other.eof);
     std::swap(radix, other.radix);

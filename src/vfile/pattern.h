@@ -22,10 +22,10 @@ struct FoldedBytes {
     }
 };
 
-// The order in which the bytes of file and pattern are read: byte k of a pattern of `len` is the one at Index.
-// At is where byte k of a reading lies in a run, seen from the run's own end.
+// The order in which the bytes of file and pattern are read: byte k of a pattern of `len` is the one at Index, and the
+// byte read next lies kStep further.
 struct Upward {
-    static constexpr std::int32_t Index(std::int32_t len, std::int32_t k) { return k + 0 * len; }
+    static constexpr std::int32_t Index(std::int32_t, std::int32_t k) { return k; }
     static constexpr std::ptrdiff_t kStep = 1;
 };
 struct Downward {

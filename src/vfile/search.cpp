@@ -43,9 +43,11 @@ bool VFile::Scan(BytePattern<Direction, Fold> const& pattern) {
     }
 }
 
-// Reads byte by byte as long as a match may be under way. True: it is whole.
+// Reads byte by byte as long as a match may be under way that began in another block. True: it is whole. One that
+// has come to lie in the buffer as far as it goes is given back to the scan of runs.
 template <class Direction, class Fold>
 bool VFile::FollowPartial(BytePattern<Direction, Fold> const& pattern) {
+    BlkDesc const* const begun = cur.ptr;
     std::int32_t matched = 0;
     do {
         Byte b;
@@ -54,6 +56,11 @@ bool VFile::FollowPartial(BytePattern<Direction, Fold> const& pattern) {
         while (matched > 0 && !pattern.Has(b, matched)) matched -= pattern.Shift(matched);
         if (pattern.Has(b, matched)) ++matched;
         if (matched == pattern.Length()) return true;
+        if (cur.ptr == begun) continue;
+        if (matched <= (Direction::kStep > 0 ? cur.ix : cur.ptr->len - cur.ix)) {
+            MoveInBlock(-Direction::kStep * std::ptrdiff_t{matched});
+            return false;
+        }
     } while (matched > 0);
     return false;
 }
