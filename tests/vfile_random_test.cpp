@@ -51,8 +51,9 @@ public:
         // Short blocks gather, since only few changes merge them: a file is begun again now and then.
         if (twin_->model.Length() > limit_ || dice > 996) return Shrink();
         if (dice < 5) return BearOrBury();
-        if (dice < 20) return twin_->ExpectSameBytes();
-        if (dice < 24) return dice < 22 ? VFile::ReleaseCache() : VFile::SetMaxCacheSize(CacheLimit());
+        if (dice < 9) return Exchange(*files_[Below(files_.size())]);
+        if (dice < 22) return twin_->ExpectSameBytes();
+        if (dice < 26) return dice < 24 ? VFile::ReleaseCache() : VFile::SetMaxCacheSize(CacheLimit());
         Relax();
         if (dice < 600) return Change(dice % 16);
         if (dice < 880) return Read(dice % 8);
@@ -67,7 +68,7 @@ public:
         limit_ = Below(8) == 0 ? 200'000 : 20'000;
     }
 
-    std::uint32_t applied = 0;
+    std::uint32_t applied = 0, exchanged = 0;
 
 private:
     std::mt19937 random_;
@@ -139,6 +140,25 @@ private:
         } else if (files_.size() > 1 || Below(4) == 0) {
             files_.erase(files_.begin() + Below(files_.size()));
             if (files_.empty()) NewEpoch();
+        }
+    }
+
+    // What one file is becomes another's, in the middle of whatever it was doing. A moved one is new and empty.
+    void Exchange(Twin& other) {
+        if (Below(2)) {
+            twin_->file.Swap(other.file);
+            std::swap(twin_->model, other.model);
+        } else {
+            Probe taken(std::move(twin_->file));
+            Model const was = std::exchange(twin_->model, Model{});
+            twin_->Do([](auto&) {});
+            other.file.Swap(taken);
+            other.model = was;
+        }
+        ++exchanged;
+        for (Twin* twin : {twin_, &other}) {
+            twin->Do([](auto&) {});
+            twin->ExpectSameBytes();
         }
     }
 
@@ -260,6 +280,7 @@ TEST(VFileRandom, BehavesLikeItsModel) {
         if (n % kEpoch == 0) run.NewEpoch();
     }
     EXPECT_GT(run.applied, operations / 4) << "too many operations were refused";
+    EXPECT_GT(run.exchanged, operations / 500);
 }
 
 }  // namespace
