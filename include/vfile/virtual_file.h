@@ -118,6 +118,7 @@ public:
 
     /// Takes over all that `other`, a file of this thread, is: bytes, cursor, `res`, `eof`, flags, `type`, `radix`.
     /// `other` is a new, empty file afterwards. No hook sees it. Constant time.
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): the new file may stop, and a halt procedure throw.
     VFile(VFile&& other);
 
     /// Exchanges all that the two files are, in constant time and unseen by hooks. Own thread; stops for a file
@@ -611,6 +612,7 @@ private:
     std::uint32_t changes = 0;     // applied so far; wraps
 };
 
+// NOLINTNEXTLINE(readability-identifier-naming): the name by which the language finds it.
 inline void swap(VFile& a, VFile& b) { a.Swap(b); }
 
 /// Compare the bytes of two files, or of a file and a terminated string, which must not be null: unsigned, the first
