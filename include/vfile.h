@@ -4,6 +4,7 @@
 
 #include <vfile/bounded_strings.h>
 #include <vfile/clock.h>
+#include <vfile/edit_family.h>
 #include <vfile/export.h>
 #include <vfile/halt.h>
 #include <vfile/handle.h>

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs the program against what head, tail and cat make of the same bytes: tool_test.sh PROGRAM
+# Runs the program against what head, tail, grep, sed and wc make of the same bytes: tool_test.sh PROGRAM
 # shellcheck disable=SC2016  # commands are written as text and run by eval
 set -u
 export vfile=$1 LC_ALL=C
@@ -32,7 +32,17 @@ fails() {
     [[ $(head -n 1 said) == $1 ]] || wrong "$2" "said $(<said)"
 }
 
+# nothing WORDS COMMAND: status 1, with WORDS and no complaint.
+nothing() {
+    (eval "$2") >got 2>said
+    local status=$?
+    [[ $status == 1 ]] || wrong "$2" "status $status"
+    [[ $(<got) == "$1" && ! -s said ]] || wrong "$2" "gave $(head -c 80 got) $(<said)"
+}
+
 head -c 9000001 /dev/urandom >big
+seq 40000 | sed 's/7/ cat-Cat /g; s/3/concat cats /g; s/11*/&      /g' >text
+printf 'a\r\nbcd\re\n\nfg' >mixed
 printf 'hello world' >small
 : >empty
 mkdir folder
@@ -59,14 +69,55 @@ same 'cat small' '$vfile cut "$noUtf8" --at 0 --len 1K'
 same 'tail -c +4097 big | head -c 1048576' '$vfile cut big --at 4k --len 1M'
 same 'printf "hello"' 'cp small s && $vfile delete s --at 5 --len 6 -o s && cat s'
 same 'printf "abc" | cat - big' 'cp big s && $vfile insert s --text abc --at 0 -o s && cat s'
-same 'printf "name   small\nbytes  11\n"' '$vfile info small'
-same 'printf "name   empty\nbytes  0 (empty)\n"' '$vfile info empty'
-same 'printf "name   -\nbytes  9000001\n"' 'cat big | $vfile info -'
-same 'printf "name   marked\nbytes  4\nmark   UTF-8\n"' '$vfile info marked'
-same 'printf "name   marked16\nbytes  2\nmark   UTF-16, high byte first\n"' '$vfile info marked16'
+same 'printf "name     small\nbytes    11\nlines    1\nlongest  11 bytes, line 1\n"' '$vfile info small'
+same 'printf "name     empty\nbytes    0 (empty)\nlines    0\n"' '$vfile info empty'
+same 'printf "name     -\nbytes    9000001\n"' 'cat big | $vfile info - | head -n 2'
+same 'printf "name     marked\nbytes    4\nmark     UTF-8\n"' '$vfile info marked | head -n 3'
+same 'printf "name     marked16\nbytes    2\nmark     UTF-16, high byte first\n"' '$vfile info marked16 | head -n 3'
 same 'echo Usage:' '$vfile insert --help | grep -o Usage:'
 
+same 'wc -l <text; wc -L <text' '$vfile info text | sed -nE "s/^lines +//p; s/^longest +([0-9]*) bytes.*/\1/p"'
+same 'awk "length > n { n = length; at = NR } END { print at }" text' '$vfile info text | sed -n "s/.* line //p"'
+same 'printf "name     mixed\nbytes    12\nlines    5\nends     2 LF, 1 CR LF, 1 CR\nlongest  3 bytes, line 2\n"' \
+    '$vfile info mixed'
+for pattern in cat CAT concat 39999 ' ' '      1' 'cats '; do
+    for flags in '' -i -w -iw; do
+        # grep tells the line and the byte of a match, awk the byte at which that line starts.
+        same "awk '{ print NR \":\" at; at += length + 1 }' text >starts
+            grep -nbo $flags -F -- '$pattern' text | awk -F: 'NR == FNR { at[\$1] = \$2; next }
+                { print \$2 \":\" \$1 \":\" \$2 - at[\$1] + 1 }' starts - | tee all" "\$vfile find $flags text '$pattern' || [[ ! -s want ]]"
+        [[ -s all ]] || continue
+        same 'tac all' "\$vfile find text '$pattern' --back $flags --cache 9"
+        same 'wc -l <all' "\$vfile find --count $flags text '$pattern'"
+        [[ $flags == *w ]] && continue
+        same 'wc -l <all' "\$vfile replace $flags text '$pattern' 'a tiger' -o changed"
+        same "sed 's/$pattern/a tiger/g${flags:+I}' text" 'cat changed'
+    done
+done
+same 'awk -F: "\$1 >= 307200" all' '$vfile find text "cats " -iw --from 300k'
+same 'awk -F: "\$1 + 5 <= 307200" all | tac' '$vfile find text "cats " -iw --from 300k --back'
+same 'tr "\n" "\t" <text' '$vfile replace text -e "\n" "\x09" -o - 2>count'
+same 'wc -l <text' 'cat count'
+same 'sed "s/\$/\r/" text' '$vfile replace -e text "\n" "\r\n" -o - 2>count'
+same 'printf "1:1:2\n"' '$vfile find mixed -e "\r\n"'
+same 'printf "10:5:1\n3:2:1\n"' '$vfile find mixed --back -i BCD >x; $vfile find mixed fg; cat x'
+same 'printf "\\\\"' 'printf x >x; $vfile replace -e x x "\\\\" -o - 2>count'
+for range in 1 2..5 39999..40000 40000..70000 7000..25000; do
+    same "sed -n ${range/../,}p text" "\$vfile lines text $range"
+done
+same 'printf "bcd\re\n"' '$vfile lines mixed 2..3'
+nothing '' '$vfile lines text 40001'
+nothing '' '$vfile lines empty 1'
+nothing '' '$vfile find text dog'
+nothing 0 '$vfile find text dog --count'
+nothing '' '$vfile find text cat --from 1g'
+same 'cat text; echo 0' '$vfile replace text dog cat -o out >x; cat out x'
+
 fails 'vfile: missing: not found' '$vfile info missing'
+fails 'vfile: missing: not found' '$vfile find missing x'
+fails 'vfile: standard output: disk full' '$vfile find text cat >/dev/full'
+fails 'vfile: standard output: disk full' '$vfile find text dog --count >/dev/full'
+fails 'vfile: folder: no permission' '$vfile replace text cat dog -o folder'
 fails 'vfile: missing: not found' '$vfile insert small --from missing --at 0 -o -'
 fails 'vfile: no/such: illegal path' '$vfile info no/such'
 fails 'vfile: small/x: unknown path' '$vfile info small/x'
@@ -86,7 +137,9 @@ for usage in '' bogus info 'info small small' 'cut small --at 1' 'cut small --at
     'cut small --at 1x --len 2' 'cut small --at "" --len 2' 'cut small --at k --len 2' 'cut small --at 1kk --len 2' \
     'insert small --at 0 -o out' 'insert small --at 0 --text a --from small -o out' 'insert small --at 0 --text a' \
     'insert - --at 0 --from - -o out' '--cache -1 info small' '--cache 32768 info small' '--tmp small info small' \
-    'info small --bogus'; do
+    'info small --bogus' 'find small' 'find small ""' 'find small -e "\\x00"' 'find small -e "\\xg0"' 'find small -e "a\\"' \
+    'find small -e "\\q"' 'find small x --from -1' 'replace small x -o out' 'replace small x y' 'replace small "" y -o out' \
+    'replace small x "\\x00" -e -o out' 'lines small' 'lines small 0' 'lines small 3..2' 'lines small 1..' 'lines small -1'; do
     rm -f out
     fails 'vfile: ?*' "\$vfile $usage </dev/null"
     [[ ! -e out ]] || wrong "$usage" "made a file"

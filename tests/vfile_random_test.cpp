@@ -57,6 +57,7 @@ void ReadNumber(Side& f) {
 class RandomRun {
 public:
     std::uint32_t applied = 0;
+    std::uint32_t exchanged = 0;
 
     explicit RandomRun(std::uint32_t seed) : random_(seed), data_(64 * 1024, '\0') {
         for (char& c : data_) c = static_cast<char>(random_());
@@ -78,6 +79,7 @@ public:
         // Short blocks gather, since only few changes merge them: a file is begun again now and then.
         if (twin_->model.Length() > limit_ || dice > 996) return Shrink();
         if (dice < 5) return BearOrBury();
+        if (dice < 9) return Exchange(*Any());
         if (dice < 20) return twin_->ExpectSameBytes();
         if (dice < 22) return VFile::ReleaseCache();
         if (dice < 24) return VFile::SetMaxCacheSize(CacheLimit());
@@ -160,6 +162,25 @@ private:
         } else if (files_.size() > 1 || Some(4) == 0) {
             files_.erase(files_.begin() + Some(static_cast<std::int32_t>(files_.size())));
             if (files_.empty()) NewEpoch();
+        }
+    }
+
+    // What one file is becomes another's, in the middle of whatever it was doing. A moved one is new and empty.
+    void Exchange(Twin& other) {
+        if (Some(2)) {
+            twin_->file.Swap(other.file);
+            std::swap(twin_->model, other.model);
+        } else {
+            Probe taken(std::move(twin_->file));
+            Model const was = std::exchange(twin_->model, Model{});
+            twin_->Do([](auto&) {});
+            other.file.Swap(taken);
+            other.model = was;
+        }
+        ++exchanged;
+        for (Twin* twin : {twin_, &other}) {
+            twin->Do([](auto&) {});
+            twin->ExpectSameBytes();
         }
     }
 
@@ -248,6 +269,7 @@ TEST(VFileRandom, BehavesLikeItsModel) {
         if (n % kEpoch == 0) run.NewEpoch();
     }
     EXPECT_GT(run.applied, operations / 4) << "too many operations were refused";
+    EXPECT_GT(run.exchanged, operations / 500) << "too few files changed places";
 }
 
 }  // namespace

@@ -38,4 +38,10 @@ concept WholeNumber = std::integral<T> && sizeof(T) == Width&& std::same_as<T, s
                       !ByteChar<T> && !std::same_as<T, bool> && !std::same_as<T, wchar_t> &&
                       !std::same_as<T, char16_t> && !std::same_as<T, char32_t>;
 
+/// What would convert to a byte and is none: wide characters, `bool` and enumerations. Overloads that take it are
+/// deleted.
+template <class T>
+concept NotAByte = std::same_as<T, wchar_t> || std::same_as<T, char16_t> || std::same_as<T, char32_t> ||
+    std::same_as<T, bool> || std::is_enum_v<T>;
+
 }  // namespace vfile

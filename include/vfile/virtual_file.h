@@ -23,14 +23,17 @@
 /// they end, a change fails with ResHeapOverflow.
 #pragma once
 
+#include <vfile/edit_family.h>
 #include <vfile/export.h>
 #include <vfile/handle.h>
 #include <vfile/result.h>
 #include <vfile/types.h>
 
+#include <compare>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace vfile {
 
@@ -39,6 +42,8 @@ class HFile;
 class VFile;
 class VMem;
 struct BlkDesc;
+template <class Direction, class Fold>
+class BytePattern;
 
 /// A place in a chain of blocks: byte `ix` of the block `ptr`, whose first byte is byte `start` of the file.
 /// `ix` may equal the length of the block: the same position as the start of the next one. For the library's
@@ -66,8 +71,8 @@ public:
 
     // Bits of the flag word, all off at first. 0x004, 0x010 and 0x040 are the host's own.
 
-    /// ReadFromFile, WriteFromFile, Write and ReadFile insert; while it is off they overwrite. The five
-    /// Replace operations do not look at it.
+    /// The Write family, `<<`, ReadFromFile and ReadFile insert; while it is off they overwrite. Nothing else
+    /// looks at it.
     static constexpr std::int32_t InsertMode = 0x001;
     /// Changes of bytes, and ReadFile, fail with ResReadOnly, those included that would change nothing.
     static constexpr std::int32_t ReadOnly = 0x002;
@@ -111,6 +116,15 @@ public:
     /// `type` and `radix`.
     VFile(VFile const& src, std::int32_t start = 0, std::int32_t count = MaxLen);
 
+    /// Takes over all that `other`, a file of this thread, is: bytes, cursor, `res`, `eof`, flags, `type`, `radix`.
+    /// `other` is a new, empty file afterwards. No hook sees it. Constant time.
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): the new file may stop, and a halt procedure throw.
+    VFile(VFile&& other);
+
+    /// Exchanges all that the two files are, in constant time and unseen by hooks. Own thread; stops for a file
+    /// of another one.
+    void Swap(VFile& other);
+
     /// Own thread. Constant time, whatever the length: the blocks go to the thread's pool.
     virtual ~VFile();
 
@@ -141,6 +155,8 @@ public:
     /// of which removes the whole range (of `SameLen`: `count` bytes). A failure in a later one leaves the
     /// earlier ones in the file.
     virtual void ReplaceCh(std::int32_t start, std::int32_t delLen, char ch, std::int32_t count);
+    template <NotAByte T>
+    void ReplaceCh(std::int32_t, std::int32_t, T, std::int32_t) = delete;
 
     /// By `srcLen` bytes of `src` from `srcStart` on, both clipped to `src`. `src` may be this file, and the
     /// ranges may overlap: the outcome is as if `src` had been copied first. Stops like a foreign thread when
@@ -165,11 +181,83 @@ public:
     /// and `radix` stay.
     virtual VFile& operator=(VFile const& src);
 
+    /// The whole content gives way to a string, which must not be null, or to one character.
+    virtual VFile& operator=(char const* s);
+    virtual VFile& operator=(char ch);
+    virtual VFile& operator=(signed char ch);
+    virtual VFile& operator=(unsigned char ch);
+    VFile& operator=(char8_t ch) { return *this = static_cast<char>(ch); }
+    VFile& operator=(std::nullptr_t) = delete;
+
     // For derived classes; without effect here.
 
     virtual void CheckInvariants() const;
     virtual void Show(char const* text) const;
     virtual void Dump() const;
+
+    // The typed editing forms: InsertByte, WriteDWord, Append and their kin, see <vfile/edit_family.h>. A family
+    // is where the new bytes go, and how many bytes their N take the place of. Write overwrites, and inserts
+    // under InsertMode; Replace always overwrites; both go beyond the end of the file where it is too short.
+    //
+    // clang-format off
+    //                family   start   bytes that go
+    VFILE_EDIT_FAMILY(Insert,  pos,    NoBytes);
+    VFILE_EDIT_FAMILY(Replace, pos,    AsMany);
+    VFILE_EDIT_FAMILY(Write,   pos,    AsManyUnlessInserting);
+    VFILE_EDIT_FAMILY(Append,  length, NoBytes);
+    VFILE_EDIT_FAMILY(Prepend, 0,      NoBytes);
+    // clang-format on
+
+    /// ReplaceBuf by nothing: of a range; of all from the cursor on. `len` SameLen deletes nothing.
+    void Delete(std::int32_t start, std::int32_t len) { ReplaceBuf(start, len, nullptr, 0); }
+    void Truncate() { ReplaceBuf(pos, MaxLen, nullptr, 0); }
+
+    /// Write at the cursor, and Append at the end: a character as one byte, a string, the whole of a file.
+    template <ByteChar C>
+    VFile& operator<<(C ch) {
+        WriteByte(static_cast<unsigned char>(ch));
+        return *this;
+    }
+    VFile& operator<<(char const* s);
+    VFile& operator<<(VFile const& src);
+    VFile& operator<<(std::nullptr_t) = delete;
+    template <ByteChar C>
+    VFile& operator+=(C ch) {
+        AppendByte(static_cast<unsigned char>(ch));
+        return *this;
+    }
+    VFile& operator+=(char const* s);
+    VFile& operator+=(VFile const& src);
+    VFile& operator+=(std::nullptr_t) = delete;
+
+    /// Writes the digits of a number to the base `radix`, lower-case letters above 9, and nothing around them,
+    /// as Write does a string. A negative number has a minus sign in base 10; in any other base it shows as two's
+    /// complement, of 8 bytes for an operand of 8, else of 4. Stops: `radix` outside 2 to 36.
+    template <WholeNumber<2> T>
+    VFile& operator<<(T value) {
+        return *this << std::int32_t{value};
+    }
+    template <WholeNumber<4> T>
+    VFile& operator<<(T value) {
+        using Fixed = std::conditional_t<std::is_signed_v<T>, std::int32_t, std::uint32_t>;
+        return WriteNumber(static_cast<Fixed>(value));
+    }
+    template <WholeNumber<8> T>
+    VFile& operator<<(T value) {
+        using Fixed = std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>;
+        return WriteNumber(static_cast<Fixed>(value));
+    }
+
+    /// ReadByte into a character.
+    template <ByteChar C>
+    VFile& operator>>(C& ch) {
+        ReadChar(ch);
+        return *this;
+    }
+
+    /// Makes the rest of this file, from the cursor on, the whole content of `target`, and goes to the end. When
+    /// that fails, the target's code is this file's too, and the cursor stays.
+    VFile& operator>>(VFile& target);
 
     // The cursor.
 
@@ -240,18 +328,87 @@ public:
     /// and `dst` as it was: `dst` null, `size` below 1, `start` or `count` negative.
     std::int32_t ReadTxt(char* dst, std::int32_t size, std::int32_t start, std::int32_t count);
 
+    // Search. Both directions take the cursor as a tool and leave it where the last byte was read: see each.
+    // Own thread. A stored `res` does not stop a search: its SetPos clears it.
+
+    /// Finds the leftmost place from `position` on where the bytes of `pattern`, a terminated string, stand.
+    /// True: `position` is one past the last byte of the match, where the next search has to begin; the
+    /// cursor is one further, or there with `eof` set at the end of the file. False: `position` is the length
+    /// plus 1 (saturating at MaxLen; from beyond the end, one more than it was), the cursor at the end, `eof`
+    /// set.
+    ///   ignoreCase  A to Z and a to z count as equal, whatever the locale; all other bytes for themselves.
+    ///   wholeWord   neither neighbour of the match is one of 0-9, A-Z, a-z, whatever the pattern itself holds;
+    ///               a candidate that is rejected is passed as a whole. The cursor of a true result is then one
+    ///               before the match, or 0 with `eof` set.
+    /// An empty pattern is found at once, and nothing changes. ResCallError, with nothing else changed:
+    /// `position` negative. `pattern` must not be null.
+    bool Find(std::int32_t& position, char const* pattern, bool ignoreCase, bool wholeWord);
+
+    /// The mirror of Find: the rightmost match that ends at `position` or before it, which is clipped to the
+    /// length first. True: `position` is the first byte of the match, the cursor one before it, or 0 with
+    /// `eof` set; with `wholeWord` one past the byte behind the match, or at the end with `eof` set. False:
+    /// `position` is -1, the cursor 0, `eof` set.
+    bool FindBack(std::int32_t& position, char const* pattern, bool ignoreCase, bool wholeWord);
+
+    /// Replaces every match that Find gives from 0 on, each by a ReplaceBuf of its own, with its hooks, and
+    /// gives their number. What was put in is not searched again. The cursor ends at the end, with `eof` set
+    /// and `res` clear. A replacement that fails ends the work with its code in `res`; those before it stand.
+    /// ResCallError, result 0 and nothing else changed: `pattern` empty.
+    std::int32_t ReplaceGlobal(char const* pattern, char const* replacement, bool ignoreCase, bool wholeWord);
+
+    // Lines. A line end is CR LF, a CR that no LF follows, or an LF that no CR precedes; a position on it, or
+    // between CR and LF, belongs to the line that it closes. A position behind a line end starts a line, also
+    // at the end of the file. All of them use the cursor and leave it where the last byte was read; a valid
+    // SetPos on the way clears `res`, and a position beyond the end counts as the end. Own thread, but for
+    // ReadLine and Read.
+
+    /// Whether CR LF stands before, around, behind `position`. A negative one is ResCallError and says nothing
+    /// but for BetweenCRLF, which is false below 1 and touches nothing.
+    bool AfterCRLF(std::int32_t position);
+    bool BetweenCRLF(std::int32_t position);
+    bool BeforeCRLF(std::int32_t position);
+
+    /// The start of the line that holds `position`. The cursor ends on the last byte of the line end before
+    /// it, or 0 with `eof` set; one past `position` when that starts a line behind a lone CR. Nothing is
+    /// touched at 0 and in an empty file. ResCallError, result 0: `position` negative.
+    std::int32_t LineStart(std::int32_t position);
+
+    /// The line that holds `position`: where it starts, its bytes with the line end, and the bytes of the line
+    /// end alone, 0 to 2. The cursor ends behind it, one further behind a lone CR. ResCallError, and nothing
+    /// written: `position` negative.
+    void LineSize(std::int32_t position, std::int32_t& start, std::int32_t& size, std::int32_t& eol);
+
+    /// The position behind the line end, or behind the content before it. ResCallError, result 0: `position`
+    /// negative.
+    std::int32_t LineEnd(std::int32_t position, bool withEol);
+
+    /// The number of blanks (0x20 alone) with which the line begins. The cursor ends one past the first other
+    /// byte, or at the end with `eof` set. ResCallError, result 0: `position` negative.
+    std::int32_t LineIndent(std::int32_t position);
+
+    /// Reads the rest of the line at the cursor, without its line end, as a terminated string into `buf` of
+    /// `size` bytes, and gives how many bytes it stored. What does not fit is passed over. The cursor ends
+    /// behind the line end; `eof` is set when the end of the file came first, and clear after a CR at the
+    /// very end. ResCallError, result 0: `buf` null or `size` below 1.
+    int ReadLine(char* buf, std::int32_t size);
+
+    /// Reads one character with every line end made LF. Gives the bytes it took, 2 for CR LF; 0 at the end,
+    /// with `ch` 0 and `eof` set.
+    template <ByteChar C>
+    int Read(C& ch) {
+        unsigned char b;
+        int const taken = ReadMappingEol(b);
+        ch = static_cast<C>(b);
+        return taken;
+    }
+
     // Transfer from and to files of the host. Own thread.
 
-    /// Changes like ReplaceFile at the cursor, with `delLen` 0 under InsertMode, else SameLen. Two names for
-    /// one thing.
-    void ReadFromFile(void* handle, std::int32_t count);
-    void ReadFromFile(HFile& file, std::int32_t count);
+    /// WriteFromFile and Write of a host file under a second name.
+    void ReadFromFile(void* handle, std::int32_t count) { WriteFromFile(handle, count); }
+    void ReadFromFile(HFile& file, std::int32_t count) { Write(file, count); }
     template <NotAHandle T>
     void ReadFromFile(T const&, std::int32_t) = delete;
-    void WriteFromFile(void* handle, std::int32_t count);
-    template <NotAHandle T>
-    void WriteFromFile(T const&, std::int32_t) = delete;
-    void Write(HFile& file, std::int32_t count);
 
     /// Writes the `count` bytes from the cursor on, as far as there are so many, to an open file of the host,
     /// at its position. The cursor moves over what was written, flags play no part. After a failure `res` has
@@ -345,6 +502,10 @@ protected:
 
 private:
     friend struct VFileInspector;
+    friend bool operator==(VFile const&, VFile const&);
+    friend bool operator==(VFile const&, char const*);
+    friend std::strong_ordering operator<=>(VFile const&, VFile const&);
+    friend std::strong_ordering operator<=>(VFile const&, char const*);
     class VFILE_LOCAL HostEnd;
     class VFILE_LOCAL PrivateChain;
     struct VFILE_LOCAL BytesAt;
@@ -354,6 +515,40 @@ private:
 
     VFILE_LOCAL void Init();
     VFILE_LOCAL bool OnOwnThread() const;
+    VFILE_LOCAL bool HasOwnerOf(VFile const& other) const;
+    VFILE_LOCAL bool CheckSameOwner(VFile const& other, std::int32_t line) const;
+
+    // How many bytes go for `n` that come in.
+    static std::int32_t NoBytes(std::int32_t) { return 0; }
+    static std::int32_t AsMany(std::int32_t n) { return n; }
+    std::int32_t AsManyUnlessInserting(std::int32_t n) const { return FlagOn(InsertMode) ? 0 : n; }
+
+    void ReplaceStr(std::int32_t start, std::int32_t delLen, char const* s);
+    VFile& WriteNumber(std::int32_t value);
+    VFile& WriteNumber(std::uint32_t value);
+    VFile& WriteNumber(std::int64_t value);
+    VFile& WriteNumber(std::uint64_t value);
+    template <class T>
+    VFILE_LOCAL VFile& WriteDigits(T value);
+
+    // Reads by runs: the bytes of the buffer from the cursor to the end of its block.
+    VFILE_LOCAL std::span<unsigned char const> RunAhead(unsigned char& lone);
+    VFILE_LOCAL std::span<unsigned char const> RunBehind(unsigned char& lone);
+    VFILE_LOCAL void MoveInBlock(std::ptrdiff_t bytes);
+
+    // Search and lines.
+    template <class Direction, class Fold>
+    VFILE_LOCAL bool Scan(BytePattern<Direction, Fold> const& pattern);
+    template <class Direction, class Fold>
+    VFILE_LOCAL bool FollowPartial(BytePattern<Direction, Fold> const& pattern);
+    template <class Direction>
+    VFILE_LOCAL bool ScanFrom(std::int32_t position, char const* pattern, std::int32_t len, bool ignoreCase);
+    VFILE_LOCAL bool WordBehind(std::int32_t position);
+    VFILE_LOCAL bool WordBefore(std::int32_t position);
+    VFILE_LOCAL bool PassToEol(unsigned char& end);
+    VFILE_LOCAL bool PassBackToEol();
+    VFILE_LOCAL void PassLf();
+    int ReadMappingEol(unsigned char& b);
 
     // Block records.
     VFILE_LOCAL BlkDesc* NewBlkPtr(BlkDesc* prev, BlkDesc* next, std::int16_t len);
@@ -399,7 +594,6 @@ private:
     VFILE_LOCAL void CheckTouched() const;
 
     // Transfer.
-    VFILE_LOCAL std::int32_t OverwriteLen() const { return FlagOn(InsertMode) ? 0 : SameLen; }
     VFILE_LOCAL void TakeFrom(HostEnd& source, std::int32_t start, std::int32_t delLen, std::int32_t count);
     VFILE_LOCAL FileRes ReadIn(HostEnd& source, std::int32_t count, PrivateChain& chain, std::int32_t& got);
     VFILE_LOCAL void GiveTo(HostEnd& target, std::int32_t count);
@@ -419,4 +613,20 @@ private:
     std::uint32_t changes = 0;     // applied so far; wraps
 };
 
+// NOLINTNEXTLINE(readability-identifier-naming): the name by which the language finds it.
+inline void swap(VFile& a, VFile& b) { a.Swap(b); }
+
+/// Compare the bytes of two files, or of a file and a terminated string, which must not be null: unsigned, the first
+/// difference decides, and what is a beginning of the other is less. NUL bytes of a file compare like any other. All
+/// comparison operators follow from these, with the string on either side. Nothing moves: cursor, `res` and `eof` stay,
+/// and the state of the flags plays no part. Own thread, of both files.
+VFILE_EXPORT bool operator==(VFile const& a, VFile const& b);
+VFILE_EXPORT bool operator==(VFile const& a, char const* s);
+VFILE_EXPORT std::strong_ordering operator<=>(VFile const& a, VFile const& b);
+VFILE_EXPORT std::strong_ordering operator<=>(VFile const& a, char const* s);
+bool operator==(VFile const&, std::nullptr_t) = delete;
+std::strong_ordering operator<=>(VFile const&, std::nullptr_t) = delete;
+
 }  // namespace vfile
+
+#undef VFILE_EDIT_FAMILY

@@ -8,50 +8,9 @@
 #include <cstring>
 
 #include "vfile/block.h"
-#include "vfile/private_chain.h"
+#include "vfile/byte_source.h"
 
 namespace vfile {
-
-namespace {
-
-using Block = unsigned char[BlkSize];
-
-}  // namespace
-
-// Bytes of the caller's. They are used where they lie.
-struct VFile::BytesAt {
-    unsigned char const* next;
-
-    void const* Take(std::int32_t len, unsigned char*) {
-        void const* const taken = next;
-        next += len;
-        return taken;
-    }
-    bool TakeRest(std::int32_t len, PrivateChain& chain) { return chain.Append(next, len); }
-};
-
-// Bytes of a virtual file, which may be the one that is being changed: they are read through its const
-// readers, all before the first byte of the file moves.
-struct VFile::BytesOf {
-    VFile const& src;
-    BlkRdr rd;
-
-    BytesOf(VFile const& file, std::int32_t start) : src(file) { src.SetPosC(rd, start); }
-
-    void const* Take(std::int32_t len, unsigned char* room) {
-        src.ReadBytesC(rd, room, len);
-        return room;
-    }
-    bool TakeRest(std::int32_t len, PrivateChain& chain) {
-        Block room;
-        while (len > 0) {
-            std::int32_t const n = std::min(len, BlkSize);
-            if (!chain.Append(Take(n, room), n)) return false;
-            len -= n;
-        }
-        return true;
-    }
-};
 
 //   [aaaaXX]=[XXXXXX]=[XXbbbb]      X: the range that goes, cursor at its start
 //   [aaaan1]=[n2]=[n3bbbb]          n1 fills the current block, n2 n3 are the private chain
@@ -59,7 +18,7 @@ struct VFile::BytesOf {
 // Prepare, ask, apply. False: refused, vetoed, or no memory.
 template <class Source>
 bool VFile::Apply(Change const& change, Source source) {
-    Block room;
+    BlockRoom room;
     if (FitsCurrentBlock(change)) {
         void const* const bytes = source.Take(change.insLen, room);
         if (!Ask(change)) return false;
@@ -89,7 +48,7 @@ void VFile::ReplaceBuf(std::int32_t start, std::int32_t delLen, void const* data
 
 void VFile::ReplaceTxt(std::int32_t start, std::int32_t delLen, VFile const& src, std::int32_t srcStart,
                        std::int32_t srcLen) {
-    if (!OnOwnThread() || src.owner != owner || src.birth != birth) return HaltA(kModule, __LINE__);
+    if (!OnOwnThread() || !HasOwnerOf(src)) return HaltA(kModule, __LINE__);
     if (res != ResDone) return;
     bool const sameLen = delLen == SameLen;
     if (!MayChange(start >= 0 && (sameLen || delLen >= 0) && srcStart >= 0 && srcLen >= 0)) return;
@@ -106,7 +65,7 @@ void VFile::ReplaceCh(std::int32_t start, std::int32_t delLen, char ch, std::int
     if (!OnOwnThread()) return HaltA(kModule, __LINE__);
     if (count <= 1) return ReplaceBuf(start, delLen, &ch, count);
     if (delLen == SameLen) delLen = count;
-    Block batch;
+    BlockRoom batch;
     std::memset(batch, ch, static_cast<std::size_t>(std::min(count, BlkSize)));
     while (count > 0) {
         std::int32_t const n = std::min(count, BlkSize);

@@ -1,4 +1,4 @@
-// Files that come with a content, and assignment, which replaces the whole of it.
+// Files that come with a content.
 #include <vfile/result.h>
 #include <vfile/virtual_file.h>
 
@@ -25,11 +25,7 @@ VFile::VFile(VFile const& src, std::int32_t start, std::int32_t count) : VFile()
     VFile::ReplaceTxt(0, 0, src, start, count);
 }
 
-// A file assigned to itself is a source that overlaps, as good as any: its bytes stay.
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
-VFile& VFile::operator=(VFile const& src) {
-    ReplaceTxt(0, Length(), src, 0, MaxLen);
-    return *this;
-}
+// Takes over at once what `other` is; an empty file, which a moved one becomes, has to be made for that.
+VFile::VFile(VFile&& other) : VFile() { Swap(other); }
 
 }  // namespace vfile

@@ -4,9 +4,11 @@
 #include <vfile/virtual_file.h>
 #include <vfile/vmem.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "platform/platform.h"
 #include "vfile/blk_pool.h"
@@ -115,6 +117,33 @@ VFile::~VFile() {
 
 bool VFile::OnOwnThread() const {
     return owner == platform::CurrentThreadId() && birth == platform::ForkCount();
+}
+
+bool VFile::HasOwnerOf(VFile const& other) const { return owner == other.owner && birth == other.birth; }
+
+bool VFile::CheckSameOwner(VFile const& other, std::int32_t line) const {
+    if (OnOwnThread() && HasOwnerOf(other)) return true;
+    HaltA(kModule, line);
+    return false;
+}
+
+// The count of changes only ever grows, so that a hook that swaps is found out.
+void VFile::Swap(VFile& other) {
+    if (!CheckSameOwner(other, __LINE__)) return;
+    std::swap(res, other.res);
+    std::swap(eof, other.eof);
+    std::swap(radix, other.radix);
+    std::swap(flags, other.flags);
+    std::swap(type, other.type);
+    std::swap(pos, other.pos);
+    std::swap(length, other.length);
+    std::swap(first, other.first);
+    std::swap(last, other.last);
+    std::swap(cur, other.cur);
+    std::swap(buf, other.buf);
+    std::swap(bufValid, other.bufValid);
+    std::swap(bufDirty, other.bufDirty);
+    changes = other.changes = std::max(changes, other.changes) + 1;
 }
 
 void VFile::CheckInvariants() const {}

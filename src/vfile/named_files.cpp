@@ -17,7 +17,7 @@ void VFile::ReadFile(TChar const* name, std::uint32_t shareMode) {
         res = GetFileRes();
         return;
     }
-    ReplaceFile(pos, OverwriteLen(), source.Get(), MaxLen);
+    WriteFromFile(source.Get(), MaxLen);
 }
 
 // A target that a failed write left incomplete stays.

@@ -22,13 +22,6 @@ void VFile::ReplaceFile(std::int32_t start, std::int32_t delLen, void* handle, s
     TakeFrom(source, start, delLen, count);
 }
 
-void VFile::ReadFromFile(HFile& file, std::int32_t count) { ReplaceFile(pos, OverwriteLen(), file, count); }
-void VFile::ReadFromFile(void* handle, std::int32_t count) {
-    ReplaceFile(pos, OverwriteLen(), handle, count);
-}
-void VFile::Write(HFile& file, std::int32_t count) { ReadFromFile(file, count); }
-void VFile::WriteFromFile(void* handle, std::int32_t count) { ReadFromFile(handle, count); }
-
 // Clips only after the reading, which is what tells how many bytes there are. Nothing goes into the current
 // block: it is cut at the cursor, and the chain put behind it.
 void VFile::TakeFrom(HostEnd& source, std::int32_t start, std::int32_t delLen, std::int32_t count) {

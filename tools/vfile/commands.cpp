@@ -3,11 +3,14 @@
 #include <vfile.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
 #include "exit_status.h"
+#include "line_counter.h"
 #include "report.h"
+#include "search.h"
 #include "streams.h"
 
 namespace vfile::tool {
@@ -38,13 +41,35 @@ char const* MarkOf(VFile& file) {
     return nullptr;
 }
 
+// A last line without an end counts, an empty one behind the last line end does not.
+void TellLines(VFile& answer, VFile& file) {
+    LineCounter counter(file);
+    counter.GoTo(file.Length());
+    std::int32_t const ended = counter.Line() - 1;
+    answer << "lines    " << (counter.LineStart() < file.Length() ? ended + 1 : ended) << "\n";
+    if (ended > 0) {
+        static constexpr char const* kNames[] = {" LF", " CR LF", " CR"};
+        char const* before = "ends     ";
+        for (auto const kind : {LineCounter::kLf, LineCounter::kCrLf, LineCounter::kCr}) {
+            if (counter.Ends(kind) == 0) continue;
+            answer << before << counter.Ends(kind) << kNames[kind];
+            before = ", ";
+        }
+        answer << "\n";
+    }
+    if (counter.Longest() > 0) {
+        answer << "longest  " << counter.Longest() << " bytes, line " << counter.LongestLine() << "\n";
+    }
+}
+
 int Info(Options const& options) {
     VFile file;
     if (!ReadAll(file, options.file)) return kFailed;
-    std::string lines = "name   " + options.file + "\nbytes  " + std::to_string(file.Length());
-    lines += file.Length() == 0 ? " (empty)\n" : "\n";
-    if (char const* const mark = MarkOf(file)) lines += std::string("mark   ") + mark + "\n";
-    VFile answer(lines.c_str());
+    VFile answer;
+    answer << "name     " << options.file.c_str() << "\nbytes    " << file.Length();
+    answer << (file.Length() == 0 ? " (empty)\n" : "\n");
+    if (char const* const mark = MarkOf(file)) answer << "mark     " << mark << "\n";
+    TellLines(answer, file);
     answer.Reset();
     return StatusOf(WriteToStandardOutput(answer, MaxLen));
 }
@@ -83,6 +108,41 @@ int Delete(Options const& options) {
     return SaveChanged(file, options);
 }
 
+// The count goes where the output does not.
+int Replace(Options const& options) {
+    VFile file;
+    if (!ReadAll(file, options.file)) return kFailed;
+    std::int32_t const count = file.ReplaceGlobal(options.pattern.c_str(), options.replacement.c_str(),
+                                                  options.ignoreCase, options.wholeWord);
+    int const status = SaveChanged(file, options);
+    if (status != kDone) return status;
+    VFile answer;
+    answer << count << "\n";
+    answer.Reset();
+    if (options.output != kStandardStream) return StatusOf(WriteToStandardOutput(answer, MaxLen));
+    std::fprintf(stderr, "%d\n", count);
+    return status;
+}
+
+void PassLines(VFile& file, std::int32_t count) {
+    char nothing;
+    while (count-- > 0 && !file.Eof()) file.ReadLine(&nothing, 1);
+}
+
+int Lines(Options const& options) {
+    VFile file;
+    if (!ReadAll(file, options.file)) return kFailed;
+    file.Reset();
+    PassLines(file, options.firstLine - 1);
+    if (file.Eof()) return kNothingFound;
+    std::int32_t const start = file.GetPos();
+    PassLines(file, options.lastLine - options.firstLine);
+    PassLines(file, 1);
+    std::int32_t const end = file.GetPos();
+    file.SetPos(start);
+    return StatusOf(WriteToStandardOutput(file, end - start));
+}
+
 }  // namespace
 
 int Run(Options const& options) {
@@ -94,6 +154,12 @@ int Run(Options const& options) {
             return Cut(options);
         case Options::Command::kInsert:
             return Insert(options);
+        case Options::Command::kFind:
+            return Find(options);
+        case Options::Command::kReplace:
+            return Replace(options);
+        case Options::Command::kLines:
+            return Lines(options);
         case Options::Command::kDelete:
             break;
     }

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "escapes.h"
 #include "exit_status.h"
 #include "report.h"
 #include "streams.h"
@@ -41,6 +42,38 @@ void AddSize(CLI::App& app, char const* flag, std::int32_t& size, char const* he
     app.add_option_function<std::string>(flag, store, help)->required()->type_name("BYTES");
 }
 
+// "N" or "N..M", lines counted from 1; more than a file can have means its last. False for anything else.
+bool ParseLines(std::string const& text, std::int32_t& first, std::int32_t& last) {
+    auto const dots = text.find("..");
+    bool const one = dots == std::string::npos;
+    constexpr std::string_view kDigits = "0123456789";
+    for (auto const& number : {text.substr(0, dots), one ? std::string("1") : text.substr(dots + 2)}) {
+        if (number.find_first_not_of(kDigits) != std::string::npos) return false;
+    }
+    if (!ParseSize(text.substr(0, dots), first)) return false;
+    if (one) last = first;
+    return first > 0 && (one || ParseSize(text.substr(dots + 2), last)) && last >= first;
+}
+
+// Escapes are undone when all options are known.
+void AddSearch(CLI::App& app, Options& options) {
+    app.add_option("PATTERN", options.pattern, "the bytes to find")->required()->type_name("");
+    app.add_flag("-i,--ignore-case", options.ignoreCase, "take A to Z and a to z as equal");
+    app.add_flag("-w,--whole-word", options.wholeWord, "only where no letter or digit stands next to it");
+}
+
+void AddEscapes(CLI::App& app, Options& options) {
+    auto const undo = [&options](std::int64_t) {
+        for (std::string* const text : {&options.pattern, &options.replacement}) {
+            auto bytes = Unescaped(*text);
+            if (!bytes) throw CLI::ValidationError("--escapes", "'" + *text + "' has a bad escape");
+            *text = std::move(*bytes);
+        }
+    };
+    app.add_flag_function("-e,--escapes", undo,
+                          "\\n, \\r, \\t, \\xHH and \\\\ stand for the bytes they name");
+}
+
 void AddFile(CLI::App& app, Options& options) {
     app.add_option("FILE", options.file, "the file to read, - for standard input")->required()->type_name("");
 }
@@ -63,7 +96,8 @@ CLI::App& AddCommand(CLI::App& app, Options& options, char const* name, Options:
 
 void AddCommands(CLI::App& app, Options& options) {
     using Command = Options::Command;
-    AddCommand(app, options, "info", Command::kInfo, "Tell the size of a file and its byte-order mark");
+    AddCommand(app, options, "info", Command::kInfo,
+               "Tell the size of a file, its byte-order mark and its lines");
 
     CLI::App& cut =
         AddCommand(app, options, "cut", Command::kCut, "Write a range of a file to standard output");
@@ -83,6 +117,34 @@ void AddCommands(CLI::App& app, Options& options) {
     AddSize(del, "--at", options.at, "where the range starts");
     AddSize(del, "--len", options.len, "how long it is");
     AddOutput(del, options);
+
+    CLI::App& find =
+        AddCommand(app, options, "find", Command::kFind,
+                   "Print where a pattern stands, as POSITION:LINE:COLUMN, each match on a line of its own");
+    AddSearch(find, options);
+    AddEscapes(find, options);
+    find.add_flag("--back", options.back, "search backward, from the end");
+    find.add_flag("--count", options.count, "print the number of matches alone");
+    auto const start = [&options](std::string const& given) {
+        if (!ParseSize(given, options.start.emplace())) throw CLI::ConversionError(given, "--from");
+    };
+    find.add_option_function<std::string>("--from", start, "where to begin instead")->type_name("BYTES");
+
+    CLI::App& replace = AddCommand(app, options, "replace", Command::kReplace,
+                                   "Replace all matches of a pattern, and print their number");
+    AddSearch(replace, options);
+    replace.add_option("REPLACEMENT", options.replacement, "what takes its place")->required()->type_name("");
+    AddEscapes(replace, options);
+    AddOutput(replace, options);
+
+    CLI::App& lines = AddCommand(app, options, "lines", Command::kLines, "Write lines to standard output");
+    auto const range = [&options](std::string const& given) {
+        if (!ParseLines(given, options.firstLine, options.lastLine))
+            throw CLI::ConversionError(given, "N[..M]");
+    };
+    lines.add_option_function<std::string>("N[..M]", range, "which lines, counted from 1")
+        ->required()
+        ->type_name("");
 }
 
 void AddSettings(CLI::App& app, Options& options) {
@@ -114,6 +176,9 @@ std::optional<int> ParseOptions(int argc, char const* const* argv, Options& opti
         if (options.file == kStandardStream && options.from == kStandardStream) {
             throw CLI::ValidationError("--from", "standard input is FILE already");
         }
+        using Command = Options::Command;
+        bool const searches = options.command == Command::kFind || options.command == Command::kReplace;
+        if (searches && options.pattern.empty()) throw CLI::ValidationError("PATTERN", "nothing to find");
     } catch (CLI::ParseError const& error) {
         if (error.get_exit_code() == 0) return app.exit(error) == 0 ? kDone : kFailed;
         ReportText(std::string(error.what()) +

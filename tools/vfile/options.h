@@ -8,7 +8,7 @@
 namespace vfile::tool {
 
 struct Options {
-    enum class Command { kInfo, kCut, kInsert, kDelete };
+    enum class Command { kInfo, kCut, kInsert, kDelete, kFind, kReplace, kLines };
 
     Command command = Command::kInfo;
     std::string file;    // read whole; "-" is standard input
@@ -17,6 +17,17 @@ struct Options {
     std::int32_t len = 0;
     std::optional<std::string> text;  // one of these two goes in
     std::optional<std::string> from;
+
+    std::string pattern;  // neither it nor the replacement holds a zero byte
+    std::string replacement;
+    bool ignoreCase = false;
+    bool wholeWord = false;
+    bool back = false;
+    bool count = false;
+    std::optional<std::int32_t> start;  // of the search; without it the whole file is searched
+
+    std::int32_t firstLine = 1;
+    std::int32_t lastLine = 1;
 
     std::optional<std::int16_t> cacheKilobytes;
     std::string tempDir;  // empty for the usual ones

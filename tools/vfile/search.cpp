@@ -1,0 +1,90 @@
+#include "search.h"
+
+#include <vfile.h>
+
+#include "exit_status.h"
+#include "line_counter.h"
+#include "streams.h"
+
+namespace vfile::tool {
+namespace {
+
+// Matches on their way to standard output, some thousands at once.
+class Answer {
+public:
+    void Add(std::int32_t position, std::int32_t line, std::int32_t column) {
+        text_ << position << ':' << line << ':' << column << '\n';
+        if (text_.Length() > 256 * 1024) Flush();
+    }
+    void AddCount(std::int32_t count) { text_ << count << '\n'; }
+
+    // False: it could not be written, which has been reported.
+    bool Flush() {
+        text_.SetPos(0);
+        good_ = good_ && WriteToStandardOutput(text_, MaxLen);
+        text_ = "";
+        return good_;
+    }
+    bool Good() const { return good_; }
+
+private:
+    VFile text_;
+    bool good_ = true;
+};
+
+// The line of one match after the other, in one pass: upwards with the search; for a search downwards once up to the
+// first match, and from there line by line back.
+class MatchLines {
+public:
+    explicit MatchLines(VFile& file, bool back) : file_(file), counter_(file), back_(back) {}
+
+    void GoTo(std::int32_t position) {
+        if (back_ && line_ > 0) {
+            LineCounter between(file_, position);
+            between.GoTo(last_);
+            if (between.Line() > 1) start_ = file_.LineStart(position);
+            line_ -= between.Line() - 1;
+        } else {
+            counter_.GoTo(position);
+            line_ = counter_.Line();
+            start_ = counter_.LineStart();
+        }
+        last_ = position;
+    }
+    std::int32_t Line() const { return line_; }
+    std::int32_t Column() const { return last_ - start_ + 1; }
+
+private:
+    VFile& file_;
+    LineCounter counter_;
+    bool back_;
+    std::int32_t last_ = 0;
+    std::int32_t line_ = 0;  // none yet
+    std::int32_t start_ = 0;
+};
+
+}  // namespace
+
+int Find(Options const& options) {
+    VFile file;
+    if (!ReadAll(file, options.file)) return kFailed;
+    auto const search = options.back ? &VFile::FindBack : &VFile::Find;
+    auto const patternLen = static_cast<std::int32_t>(options.pattern.size());
+    std::int32_t position = options.start.value_or(options.back ? MaxLen : 0);
+    std::int32_t count = 0;
+    MatchLines lines(file, options.back);
+    Answer answer;
+    while (answer.Good() &&
+           (file.*search)(position, options.pattern.c_str(), options.ignoreCase, options.wholeWord)) {
+        ++count;
+        if (options.count) continue;
+        std::int32_t const start = options.back ? position : position - patternLen;
+        lines.GoTo(start);
+        answer.Add(start, lines.Line(), lines.Column());
+    }
+    if (options.count) answer.AddCount(count);
+    if (!answer.Flush()) return kFailed;
+    return count > 0 ? kDone : kNothingFound;
+}
+
+}  // namespace vfile::tool
