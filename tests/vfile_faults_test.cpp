@@ -220,7 +220,7 @@ TEST_F(VFileFaults, AddressRangeIsFull) {
         ExpectSound(f);
         f.SetPos(0);
     };
-    for (std::size_t const act : {4, 5, 6, 8}) {
+    for (std::size_t const act : {4u, 5u, 6u, 8u}) {
         kActs[act](old_);
         check(old_, bytes, ResHeapOverflow);
         kActs[act](empty);

@@ -59,7 +59,7 @@ TEST(VMemChunks, EdgesOfTheAllocator) {
         {kAllLists, "a54=0 a4=54 f54=0 a50=0 a4=50"                                                 },
         {kAllLists, "a53=0 a4=53 f53=0 a50=57 a53=0"                                                },
         {kAllLists, "a60=0 a4=60 a60=64 a40=124 a4=164 f60=0 f60=64 f40=124 a10=64"                 },
-        {kAllLists, "a40=0 a4=40 a60=44 a4=104 f40=0 f60=44 a40=0 a60=44"                           },
+        {kAllLists, "a40=0 a4=40 a60=44 a4=104 f40=0 f60=44 a40=0 a60=44 f60=44 f40=0 a40=0"        },
     };
     VMem memory;
     memory.SetMaxCacheSize(3);
