@@ -3,6 +3,7 @@
 #pragma once
 
 #include <vfile/bounded_strings.h>
+#include <vfile/char_file.h>
 #include <vfile/clock.h>
 #include <vfile/edit_family.h>
 #include <vfile/export.h>

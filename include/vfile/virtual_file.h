@@ -39,6 +39,7 @@ namespace vfile {
 
 class BlkPool;
 class HFile;
+class TCharVFile;
 class VFile;
 class VMem;
 struct BlkDesc;
@@ -501,6 +502,7 @@ protected:
     std::int32_t type = 0;   ///< for derived classes; above 0 it enables the line-end watch
 
 private:
+    friend class TCharVFile;
     friend struct VFileInspector;
     friend bool operator==(VFile const&, VFile const&);
     friend bool operator==(VFile const&, char const*);
