@@ -223,6 +223,93 @@ public:
     /// Stops: `msg` null or `size` 0.
     static void GetResMsg(TChar* msg, std::uint32_t size, FileRes res);
 
+    // Names: text alone, no file is asked for and none is touched. Each is a zero-terminated string of units, in a
+    // buffer of the caller's with its capacity in units, terminator included; nothing is written beyond it. What
+    // does not fit is cut where nothing else is said. A separator is "/" or "\"; the library adds the one of the
+    // system, and hands names to it as they stand. No overlap unless told. Stops of module "HFile", and nothing
+    // changed: a null `dst` or source of a name, a `size` of 0.
+
+    /// Whether two names are the same text, A to Z taken as a to z. "a" and "./a" are not.
+    static bool EqualName(TChar const* a, TChar const* b);
+
+    static bool IsDirSep(TChar c) { return c == u'/' || c == u'\\'; }
+
+    /// Appends a separator to a name that is not empty and does not end in one, if it has room.
+    static void CondAppendDirSep(TChar* name, std::uint32_t size);
+
+    /// `dir` and `name` joined as they stand; null counts as empty.
+    static void BuildName(TChar* dst, std::uint32_t size, TChar const* dir, TChar const* name);
+
+    /// The first unit of `drive` and a colon, `dir` and a separator unless it ends in one, `name`, `ext` with a dot
+    /// in front unless it has one. Null and empty components leave out what belongs to them.
+    static void BuildName(TChar* dst, std::uint32_t size, TChar const* drive, TChar const* dir,
+                          TChar const* name, TChar const* ext);
+
+    /// The components of `path`: a drive is a first unit with a colon behind it; `dir` goes up to the last separator
+    /// behind that, included; `ext` is the last dot of the rest and what follows, `name` what lies before it. An
+    /// output may be left out by null with size 0; one without the other stops. A component too long for its buffer
+    /// makes all outputs empty.
+    static void SplitName(TChar* drive, std::uint32_t driveSize, TChar* dir, std::uint32_t dirSize,
+                          TChar* name, std::uint32_t nameSize, TChar* ext, std::uint32_t extSize,
+                          TChar const* path);
+
+    /// The two halves of `path`: drive with dir, name with ext, each cut to its buffer. A component of more than 260
+    /// units makes both empty. Neither output may be left out.
+    static void SplitName(TChar* dir, std::uint32_t dirSize, TChar* name, std::uint32_t nameSize,
+                          TChar const* path);
+
+    /// The name as seen from the root: put behind the current directory unless it is that already, with ".", ".." and
+    /// doubled separators folded, by the text alone; a separator at its end stays. On POSIX "\" is no separator here:
+    /// the result must name the same file. What cannot be had, or does not fit, leaves `name` itself, cut to `size`.
+    static void GetFullName(TChar* dst, std::uint32_t size, TChar const* name);
+
+    /// Steps an extension, with its dot or without, to the next of the names for backups: .txt, .~xt, .~1t to .~9t,
+    /// .~10 to .~99; "c", "~", "~1" and so on; from nothing ".~". False, and nothing changed, behind number 99, and
+    /// where the buffer has no room for one digit more. Asks for no file.
+    static bool GetNextBackupExt(TChar* ext, std::uint32_t size);
+
+    // Files by name. A name is looked at by the system, links in it are followed. The forms with `code` put ResDone
+    // there, or why it failed; a name that is null or empty is ResNotFound. Any thread.
+
+    /// Whether there is a file or directory of that name.
+    static bool Exists(TChar const* name);
+
+    /// Whether it is a directory; whether nobody at all may write it. False where there is nothing.
+    static bool IsDirectory(TChar const* name);
+    static bool IsReadOnly(TChar const* name);
+
+    /// Takes the right to write from everybody, or gives it to the owner. True when that was so already.
+    static bool SetReadOnly(TChar const* name, bool on);
+
+    /// Copies a file, which other readers may hold meanwhile. A new target gets the source's permission bits, an
+    /// existing one, for which `overwrite` is asked, is emptied and keeps its own. ResAlreadyExists: it exists.
+    /// ResNoPermission: also a directory, or a file onto itself, by whatever name. No incomplete new file is left.
+    static bool Copy(TChar const* from, TChar const* to, FileRes& code, bool overwrite);
+    static bool Copy(TChar const* from, TChar const* to, bool overwrite);
+
+    /// Gives a file or directory another name, which must be free (ResAlreadyExists): nothing is ever replaced. From
+    /// one file system to another a file is copied, and the old one removed when the new one is whole. Nothing
+    /// happens when both names are the same text.
+    static bool Rename(TChar const* from, TChar const* to, FileRes& code);
+    static bool Rename(TChar const* from, TChar const* to);
+
+    /// Removes a file, or a link and not what it leads to. A directory is ResNoPermission.
+    static bool Remove(TChar const* name, FileRes& code);
+    static bool Remove(TChar const* name);
+
+    /// The directory for temporary files, with a separator at its end: of TMP, TEMP and TMPDIR the first that names a
+    /// directory one may search, read and write, else /var/tmp/ untested. Cut to `size`.
+    static void GetTempDir(TChar* dst, std::uint32_t size);
+
+    /// Makes a new file and opens it in `file`, which must be closed (a stop), for writing from front to back, or for
+    /// reading and writing; only its owner may open it. Its name, in `name`: `dir` or that of GetTempDir, `prefix` or
+    /// "~hf", both cut to what a name buffer and 63 units hold, a number of up to 8 digits, `ext` or ".tmp", its dot
+    /// optional. A name that is taken is left alone, a link included, and the next number tried. False, with the code
+    /// of the last try in the file's `res`: the directory is missing or refuses, or a name has no room in `size`
+    /// (`ResIllegalPath`).
+    static bool CreateTempFile(HFile& file, TChar* name, std::uint32_t size, TChar const* prefix,
+                               TChar const* ext, TChar const* dir, bool seqWrite);
+
 private:
     friend class VFile;
 

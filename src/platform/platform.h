@@ -141,6 +141,10 @@ TChar const* LastResortTempDir();
 // empty, no legal name, or does not fit with its terminator.
 bool ReadEnvironment(char const* variable, TChar* buf, std::uint32_t size);
 
+// The current directory, from the root and without a separator at its end, in `buf` of `size` units. False: there is
+// none any more, or it does not fit.
+bool CurrentDirectory(TChar* buf, std::uint32_t size);
+
 // Whether `name` is a directory that the effective user may search, read and write. Stores no error.
 bool IsUsableDirectory(TChar const* name);
 

@@ -2,9 +2,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <climits>
 #include <cstdlib>
 
 #include "platform/platform.h"
+#include "platform/posix/errors.h"
 #include "platform/posix/name_bytes.h"
 
 namespace vfile::platform {
@@ -17,14 +19,28 @@ std::span<char const* const> TempDirVariables() {
 // Not /tmp, which is often memory: what the swap file is to save.
 TChar const* LastResortTempDir() { return u"/var/tmp/"; }
 
+namespace {
+
+bool StoreUnits(std::string_view bytes, TChar* buf, std::uint32_t size) {
+    std::size_t const units = UnitsOfBytes(bytes, nullptr);
+    if (units >= size) return false;
+    UnitsOfBytes(bytes, buf);
+    buf[units] = u'\0';
+    return true;
+}
+
+}  // namespace
+
 bool ReadEnvironment(char const* variable, TChar* buf, std::uint32_t size) {
     char const* const value = std::getenv(variable);
     if (!value || !*value) return false;
-    std::size_t const units = UnitsOfBytes(value, nullptr);
-    if (units >= size) return false;
-    UnitsOfBytes(value, buf);
-    buf[units] = u'\0';
-    return true;
+    return StoreUnits(value, buf, size);
+}
+
+bool CurrentDirectory(TChar* buf, std::uint32_t size) {
+    char bytes[PATH_MAX];
+    if (!getcwd(bytes, sizeof bytes)) return Fail(errno);
+    return StoreUnits(bytes, buf, size) || Fail(ENAMETOOLONG);
 }
 
 bool IsUsableDirectory(TChar const* name) {
