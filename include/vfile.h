@@ -9,6 +9,7 @@
 #include <vfile/export.h>
 #include <vfile/halt.h>
 #include <vfile/handle.h>
+#include <vfile/host_dir.h>
 #include <vfile/host_file.h>
 #include <vfile/names.h>
 #include <vfile/numbers.h>

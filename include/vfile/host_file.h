@@ -19,6 +19,8 @@
 #include <vfile/result.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <span>
 
 namespace vfile {
 
@@ -318,7 +320,8 @@ private:
     bool OpenAs(TChar const* name, platform::OpenMode const& mode);
     void Store(bool done);
     void GoTo(std::int64_t pos);
-    void EndLineAfterCr();
+    void EndLine(std::span<char const> rest, std::int64_t at);
+    void EndPipeLineAfterCr();
     void WriteRun(unsigned char c, std::int32_t count);
     void ReadNumber(void* value, std::int32_t width);
     void WriteNumber(void const* value, std::int32_t width);

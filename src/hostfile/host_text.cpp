@@ -1,4 +1,4 @@
-// What HFile reads and writes as text: runs of characters, numbers, stretches, lines.
+// What HFile reads and writes as text: runs of characters, numbers, stretches.
 #include <vfile/halt.h>
 #include <vfile/host_file.h>
 
@@ -92,39 +92,6 @@ std::int32_t HFile::ReadTxt(char* buf, std::int32_t size, std::int32_t pos, std:
     std::int32_t const got = ReadBytes(buf, len);
     buf[got] = '\0';
     return got;
-}
-
-std::int32_t HFile::ReadLine(char* buf, std::int32_t size) {
-    if (res != ResDone) return 0;
-    if (!buf || size < 1) {
-        res = ResCallError;
-        return 0;
-    }
-    std::int32_t stored = 0;
-    for (;;) {
-        char c = 0;
-        ReadBytes(&c, 1);
-        if (res != ResDone || eof || c == '\n') break;
-        if (c == '\r') {
-            EndLineAfterCr();
-            break;
-        }
-        if (stored < size - 1) buf[stored++] = c;
-    }
-    buf[stored] = '\0';
-    return stored;
-}
-
-// Takes a line feed behind the carriage return along, and nothing else. The position is noted in full width:
-// GetPos stops at MaxLen.
-void HFile::EndLineAfterCr() {
-    std::int64_t behindCr = 0;
-    if (!platform::GetPosition(handle, behindCr)) behindCr = 0;
-    char c = 0;
-    ReadBytes(&c, 1);
-    if (res == ResDone && !eof && c == '\n') return;
-    eof = false;
-    GoTo(behindCr);
 }
 
 }  // namespace vfile

@@ -68,6 +68,7 @@ struct OpenMode {
     std::uint32_t share;
     Disposition disposition;
     Hint hint;
+    bool ownerOnly = false;  // a file that is made may be opened by its owner alone
 };
 
 // Opens a file, or gives the invalid handle. The lock is non-blocking and taken before anything is truncated:
@@ -93,6 +94,49 @@ bool BytesAhead(Handle file, std::int64_t& count);
 // which is done at once where none is behind the file.
 bool TruncateHere(Handle file);
 bool FlushFile(Handle file);
+
+// Named files: named_files.cpp
+
+struct Attributes {
+    bool directory;
+    bool readOnly;  // no write bit is set at all
+};
+bool GetAttributes(TChar const* name, Attributes& attributes);
+
+// Takes every write bit, or sets the owner's.
+bool SetReadOnly(TChar const* name, bool on);
+
+// Copies a file whose source others may read meanwhile. A new target is held alone, has the source's permission
+// bits, and is gone when this fails; an existing one, which `overwrite` admits, keeps its own. The two names meaning
+// the same file is kSharingViolation, kFileExists without `overwrite`.
+bool CopyNamed(TChar const* from, TChar const* to, bool overwrite);
+
+// Never replaces (kFileExists). Crosses file systems for files and links, times kept, the old one removed once the
+// new one is on its disk; kNotSupported for anything else.
+bool RenameNamed(TChar const* from, TChar const* to);
+
+// A link and not what it leads to. A directory is kAccessDenied.
+bool RemoveNamed(TChar const* name);
+
+// The entries of a directory, in its own order, "." and ".." among them.
+class Directory {
+public:
+    Directory() = default;
+    ~Directory() { Close(); }
+    Directory(Directory const&) = delete;
+    Directory& operator=(Directory const&) = delete;
+
+    // Closes what was open. An empty name is the current directory.
+    bool Open(TChar const* name);
+    void Close();
+    bool IsOpen() const { return stream != nullptr; }
+
+    // The next entry's name, in `name` of `size` units. False: there is none.
+    bool Next(TChar* name, std::uint32_t size);
+
+private:
+    void* stream = nullptr;
+};
 
 // Transfer: transfer.cpp
 

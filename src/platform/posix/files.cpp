@@ -54,7 +54,9 @@ int AccessFlags(Access access) {
 // Never with O_TRUNC: nothing is emptied before its lock is held.
 Candidate::Candidate(char const* path, OpenMode const& mode) {
     int const flags = AccessFlags(mode.access) | O_CLOEXEC | O_NOCTTY;
-    auto const openWith = [&](int more) { return Repeated([&] { return open(path, flags | more, 0666); }); };
+    auto const openWith = [&](int more) {
+        return Repeated([&] { return open(path, flags | more, mode.ownerOnly ? 0600 : 0666); });
+    };
 
     if (mode.disposition == Disposition::kCreateNew) {
         descriptor_ = openWith(O_CREAT | O_EXCL);
