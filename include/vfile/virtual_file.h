@@ -43,8 +43,8 @@ class TCharVFile;
 class VFile;
 class VMem;
 struct BlkDesc;
-template <class Direction, class Fold>
-class BytePattern;
+template <class Unit, class Direction, class Fold>
+class Pattern;
 
 /// A place in a chain of blocks: byte `ix` of the block `ptr`, whose first byte is byte `start` of the file.
 /// `ix` may equal the length of the block: the same position as the start of the next one. For the library's
@@ -539,14 +539,15 @@ private:
     VFILE_LOCAL void MoveInBlock(std::ptrdiff_t bytes);
 
     // Search and lines.
-    template <class Direction, class Fold>
-    VFILE_LOCAL bool Scan(BytePattern<Direction, Fold> const& pattern);
-    template <class Direction, class Fold>
-    VFILE_LOCAL bool FollowPartial(BytePattern<Direction, Fold> const& pattern);
-    template <class Direction>
-    VFILE_LOCAL bool ScanFrom(std::int32_t position, char const* pattern, std::int32_t len, bool ignoreCase);
-    VFILE_LOCAL bool WordBehind(std::int32_t position);
-    VFILE_LOCAL bool WordBefore(std::int32_t position);
+    template <class Unit, class Direction>
+    VFILE_LOCAL Unit ReadUnit();
+    template <class Unit, class Direction, class Fold>
+    VFILE_LOCAL bool Scan(Pattern<Unit, Direction, Fold> const& pattern);
+    template <class Unit, class Direction>
+    VFILE_LOCAL bool WordNext(std::int32_t position, bool (*isWord)(Unit));
+    template <class Direction, class Unit>
+    VFILE_LOCAL bool Search(std::int32_t& position, std::span<Unit const> text, bool ignoreCase, bool wholeWord,
+                            bool (*isWord)(Unit));
     VFILE_LOCAL bool PassToEol(unsigned char& end);
     VFILE_LOCAL bool PassBackToEol();
     VFILE_LOCAL void PassLf();

@@ -1,131 +1,212 @@
-// A byte string to be found, in either direction and with or without regard to case: how its bytes compare, how
-// it is found inside a run of bytes, and what a failed partial match leaves.
+// A string of units, bytes or 16-bit ones, to be found in either direction and with or without regard to case: how
+// units compare, where a match may begin, and what a failed partial match leaves.
 //
 //   Memory    none beside the caller's string: no copy, no table.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
+#include <type_traits>
 
 namespace vfile {
 
 using Byte = unsigned char;
 
-// Under which bytes are equal. Folding goes by ASCII alone, so that the result is the same in every locale.
-struct ExactBytes {
-    static constexpr Byte Of(Byte b) { return b; }
-};
-struct FoldedBytes {
-    static constexpr Byte Of(Byte b) {
-        return static_cast<Byte>(static_cast<Byte>(b - 'a') < 26 ? b - ('a' - 'A') : b);
-    }
-};
-
-// The order in which the bytes of file and pattern are read: byte k of a pattern of `len` is the one at Index, and the
-// byte read next lies kStep further.
+// The order in which file and pattern are read. Unit k of a pattern of `len` is the one at Index; the unit read next
+// lies kStep further.
+struct Downward;
 struct Upward {
-    static constexpr std::int32_t Index(std::int32_t, std::int32_t k) { return k; }
+    using Opposite = Downward;
     static constexpr std::ptrdiff_t kStep = 1;
+    static constexpr std::size_t Index(std::size_t, std::size_t k) { return k; }
 };
 struct Downward {
-    static constexpr std::int32_t Index(std::int32_t len, std::int32_t k) { return len - 1 - k; }
+    using Opposite = Upward;
     static constexpr std::ptrdiff_t kStep = -1;
+    static constexpr std::size_t Index(std::size_t len, std::size_t k) { return len - 1 - k; }
 };
 
-template <class Direction, class Fold>
-class BytePattern {
+// Under which units are equal. Folding goes by ASCII alone, so that the result is the same in every locale.
+struct Exact {
+    template <class Unit>
+    static constexpr Unit Of(Unit unit) {
+        return unit;
+    }
+    // The bits in which a unit and its equals differ.
+    template <class Unit>
+    static constexpr Unit Either(Unit) {
+        return 0;
+    }
+};
+struct Folded {
+    template <class Unit>
+    static constexpr Unit Of(Unit unit) {
+        return static_cast<Unit>(unit >= 'a' && unit <= 'z' ? unit - kCaseBit : unit);
+    }
+    template <class Unit>
+    static constexpr Unit Either(Unit unit) {
+        return Of(unit) >= 'A' && Of(unit) <= 'Z' ? kCaseBit : 0;
+    }
+    static constexpr int kCaseBit = 'a' - 'A';
+};
+
+template <class Unit, class Direction, class Fold>
+class Pattern {
 public:
-    BytePattern(char const* text, std::int32_t length)
-        : bytes(reinterpret_cast<Byte const*>(text)), len(length), first(At(0)), last(At(length - 1)) {}
+    // `units` are at least one. They stay the caller's.
+    explicit Pattern(std::span<Unit const> units)
+        : text(units),
+          reach(std::min(units.size() - 1, kReach)),
+          anchors{AnchorAt(0), AnchorAt(reach / 2), AnchorAt(reach)} {}
 
-    std::int32_t Length() const { return len; }
+    std::size_t Length() const { return text.size(); }
 
-    // Whether `b` is the pattern's byte `k` in the order of reading.
-    bool Has(Byte b, std::int32_t k) const { return Fold::Of(b) == At(k); }
+    // Reads the units of `run`, the lower byte of each first, to the end of a match, or all of them; gives how many it
+    // has read. Of a match that is under way, `matched` units have been read before, and afterwards.
+    std::size_t ReadRun(std::span<Byte const> run, std::size_t& matched) const;
 
-    // By how much a partial match of `matched` bytes has to move on, before it can be one again: the smallest
-    // shift under which the pattern's own bytes agree, `matched` itself when there is none. Equality is that of the
-    // search, so that the pattern's repetitions are judged with case folded too.
-    std::int32_t Shift(std::int32_t matched) const {
-        std::int32_t shift = 1;
+    // Reads one unit. What a failed partial match leaves is found in the pattern.
+    void Read(Unit unit, std::size_t& matched) const {
+        Unit const folded = Fold::Of(unit);
+        while (matched > 0 && folded != At(matched)) matched -= Shift(matched);
+        if (folded == At(matched)) ++matched;
+    }
+
+private:
+    using Word = std::
+        uint64_t;  // of neighbouring units, looked at together; the compiler makes longer vectors of them
+    static constexpr std::size_t kLanes = sizeof(Word) / sizeof(Unit);
+    static constexpr Word kOnes = ~Word{0} / static_cast<Unit>(-1);
+    static constexpr std::size_t kGroup = 32;  // words
+
+    // A match is looked for by three of its units, all so near to its first one that at the end of a run few places are
+    // left that have to be looked at one by one, however long the pattern.
+    static constexpr std::size_t kReach = 15;
+
+    // What each unit of a word must be to fit, once the bits of `either` are set.
+    struct Anchor {
+        std::ptrdiff_t offset;  // from the first unit of the match, in bytes
+        Word either;
+        Word value;
+        Word Misfit(Byte const* place) const {
+            Word word;
+            std::memcpy(&word, place, sizeof word);
+            return (std::is_same_v<Fold, Exact> ? word : word | either) ^ value;
+        }
+    };
+
+    // The units of a run in the order of reading.
+    struct Units {
+        Byte const* first;
+        std::size_t count;
+        Byte const* Place(std::size_t n) const { return first + BytesTo(n); }
+        Unit operator[](std::size_t n) const {
+            Byte const* const at = Place(n);
+            return static_cast<Unit>(sizeof(Unit) == 1 ? at[0] : at[0] | at[sizeof(Unit) - 1] << 8);
+        }
+    };
+    static std::ptrdiff_t BytesTo(std::size_t n) {
+        return Direction::kStep * static_cast<std::ptrdiff_t>(n * sizeof(Unit));
+    }
+    static Units UnitsOf(std::span<Byte const> run) {
+        Byte const* const end = run.data() + run.size();
+        return {Direction::kStep > 0 ? run.data() : end - sizeof(Unit), run.size() / sizeof(Unit)};
+    }
+
+    Unit At(std::size_t k) const { return Fold::Of(text[Direction::Index(text.size(), k)]); }
+
+    // By how much a partial match of `matched` units has to move on, before it can be one again: the smallest shift
+    // under which the pattern's own units agree, `matched` itself when there is none. Equality is that of the search, so
+    // that the pattern's repetitions are judged with case folded too.
+    std::size_t Shift(std::size_t matched) const {
+        std::size_t shift = 1;
         while (!Repeats(shift, matched)) ++shift;
         return shift;
     }
-
-    // The bytes of `run` that are read before the first whole match in it begins; if there is none, those before
-    // the first place where one could begin that goes on behind the run.
-    struct Place {
-        std::size_t passed;
-        bool whole;
-    };
-    Place FindIn(std::span<Byte const> run) const;
-
-private:
-    // Positions that are looked at together. The compiler makes vectors of them.
-    static constexpr std::size_t kGroup = 32;
-
-    Byte At(std::int32_t k) const { return Fold::Of(bytes[Direction::Index(len, k)]); }
-
-    bool Repeats(std::int32_t shift, std::int32_t matched) const {
-        for (std::int32_t k = shift; k < matched; ++k) {
+    bool Repeats(std::size_t shift, std::size_t matched) const {
+        for (std::size_t k = shift; k < matched; ++k) {
             if (At(k) != At(k - shift)) return false;
         }
         return true;
     }
 
-    // Byte `n` of the reading that starts at `from`.
-    static Byte const* Read(Byte const* from, std::size_t n) {
-        return from + Direction::kStep * static_cast<std::ptrdiff_t>(n);
-    }
+    static Word InEachLane(Unit unit);
+    Anchor AnchorAt(std::size_t k) const;
+    template <std::size_t kWords>
+    bool MayBeginIn(Byte const* low) const;
+    template <std::size_t kWords>
+    std::size_t Pass(Units const& units, std::size_t at) const;
 
-    bool MayBeginInGroup(Byte const* from) const;
-    bool IsAt(Byte const* from) const;
-
-    Byte const* bytes;
-    std::int32_t len;
-    Byte first;  // in the order of reading, folded; most candidates fail by them
-    Byte last;
+    std::span<Unit const> text;
+    std::size_t reach;
+    Anchor anchors[3];
 };
 
-template <class Direction, class Fold>
-bool BytePattern<Direction, Fold>::MayBeginInGroup(Byte const* from) const {
-    Byte const* const low = Direction::kStep > 0 ? from : from - (kGroup - 1);
-    Byte const* const end = Read(low, static_cast<std::size_t>(len - 1));
-    Byte any = 0;
-    for (std::size_t i = 0; i < kGroup; ++i) {
-        any |= static_cast<Byte>(static_cast<Byte>(Fold::Of(low[i]) == first) &
-                                 static_cast<Byte>(Fold::Of(end[i]) == last));
-    }
-    return any != 0;
+template <class Unit, class Direction, class Fold>
+auto Pattern<Unit, Direction, Fold>::InEachLane(Unit unit) -> Word {
+    Byte bytes[sizeof(Word)];
+    for (std::size_t i = 0; i < sizeof bytes; ++i)
+        bytes[i] = static_cast<Byte>(unit >> 8 * (i % sizeof unit));
+    Word word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
 }
 
-template <class Direction, class Fold>
-bool BytePattern<Direction, Fold>::IsAt(Byte const* from) const {
-    for (std::int32_t k = 0; k < len; ++k) {
-        if (!Has(*Read(from, static_cast<std::size_t>(k)), k)) return false;
-    }
-    return true;
+template <class Unit, class Direction, class Fold>
+auto Pattern<Unit, Direction, Fold>::AnchorAt(std::size_t k) const -> Anchor {
+    Unit const either = Fold::Either(At(k));
+    return {BytesTo(k), InEachLane(either), InEachLane(static_cast<Unit>(At(k) | either))};
 }
 
-template <class Direction, class Fold>
-auto BytePattern<Direction, Fold>::FindIn(std::span<Byte const> run) const -> Place {
-    Byte const* const from = Direction::kStep > 0 ? run.data() : run.data() + run.size() - 1;
-    auto const m = static_cast<std::size_t>(len);
-    std::size_t const wholes = run.size() >= m ? run.size() - m + 1 : 0;  // where a whole match may begin
+// Whether a match may begin at one of the places in a row of words, of which `low` is the lowest.
+template <class Unit, class Direction, class Fold>
+template <std::size_t kWords>
+bool Pattern<Unit, Direction, Fold>::MayBeginIn(Byte const* low) const {
+    Anchor const a = anchors[0], b = anchors[1], c = anchors[2];
+    Byte const* const pa = low + a.offset;
+    Byte const* const pb = low + b.offset;
+    Byte const* const pc = low + c.offset;
+    Word any = 0;
+    for (std::size_t i = 0; i < kWords * sizeof(Word); i += sizeof(Word)) {
+        Word const misfit = a.Misfit(pa + i) | b.Misfit(pb + i) | c.Misfit(pc + i);
+        any |= (misfit - kOnes) & ~misfit;  // the top bit of the lowest lane without a misfit
+    }
+    return (any & kOnes << (8 * sizeof(Unit) - 1)) != 0;
+}
+
+// Passes rows of words as long as no match may begin in them. All the anchors of a row lie in the run, so that the last
+// row may overlap the one before.
+template <class Unit, class Direction, class Fold>
+template <std::size_t kWords>
+std::size_t Pattern<Unit, Direction, Fold>::Pass(Units const& units, std::size_t at) const {
+    constexpr std::size_t kPlaces = kWords * kLanes;
+    if (units.count < kPlaces + reach) return at;
+    std::size_t const lastRow = units.count - reach - kPlaces;
+    while (at < lastRow + kPlaces) {
+        std::size_t const row = std::min(at, lastRow);
+        if (MayBeginIn<kWords>(units.Place(Direction::kStep > 0 ? row : row + kPlaces - 1))) break;
+        at = row + kPlaces;
+    }
+    return at;
+}
+
+template <class Unit, class Direction, class Fold>
+std::size_t Pattern<Unit, Direction, Fold>::ReadRun(std::span<Byte const> run, std::size_t& matched) const {
+    Units const units = UnitsOf(run);
+    Unit const first = At(0);
     std::size_t at = 0;
-    while (at < wholes) {
-        std::size_t const n = wholes - at < kGroup ? wholes - at : kGroup;
-        if (n == kGroup && !MayBeginInGroup(Read(from, at))) {
-            at += kGroup;
-            continue;
+    while (at < units.count && matched < text.size()) {
+        if (matched == 0) {
+            at = Pass<1>(units, Pass<kGroup>(units, at));
+            while (at < units.count && Fold::Of(units[at]) != first) ++at;
+            if (at == units.count) break;
         }
-        for (std::size_t const end = at + n; at < end; ++at) {
-            if (IsAt(Read(from, at))) return {at, true};
-        }
+        Read(units[at++], matched);
     }
-    while (at < run.size() && !Has(*Read(from, at), 0)) ++at;
-    return {at, false};
+    return at;
 }
 
 }  // namespace vfile
