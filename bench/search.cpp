@@ -1,0 +1,229 @@
+// Search, lines and global replace in a text whose bytes lie in the swap file. Where the system has a program that does
+// the same to a host file, that is the peer; the text that it works on is the one that was loaded.
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "support/host_files.h"
+#include "support/library.h"
+#include "support/run.h"
+#include "support/samples.h"
+
+using namespace bench;
+
+namespace {
+
+constexpr char kWord[] = "harbor";  // one in about 600 bytes
+constexpr char kLonger[] = "lighthaus";
+constexpr char kRareWord[] = "zephyr";  // one in about a megabyte, on a line of its own
+constexpr char kAbsent[] = "nobody saw it";
+constexpr char kAbsentCommon[] = " everywhere q";  // begins with the commonest byte of the text
+
+// Lines of words, in which those above stand as often as they should.
+class TextMaker {
+public:
+    std::string_view NextLine() {
+        static constexpr std::string_view kWords[] = {
+            "the",    "of",     "and",     "a",       "to",     "in",      "that", "it",
+            "page",   "disk",   "memory",  "line",    "buffer", "window",  "name", "small",
+            "reader", "before", "another", "written", "under",  "question"};
+        line.clear();
+        if (Next() % 16384 == 0) return line.append(kRareWord).append("\n");
+        std::size_t const length = 40 + Next() % 50;
+        while (line.size() < length) {
+            line += Next() % 109 == 0 ? std::string_view(kWord) : kWords[Next() % std::size(kWords)];
+            line += ' ';
+        }
+        line.back() = '\n';
+        return line;
+    }
+
+private:
+    std::uint64_t Next() {
+        state ^= state << 13;
+        state ^= state >> 7;
+        state ^= state << 17;
+        return state >> 11;
+    }
+
+    std::uint64_t state = 0x9E3779B97F4A7C15u;
+    std::string line;
+};
+
+// A text of `bytes` bytes at `path`: of single bytes, or of 16-bit units, the low byte first.
+void MakeText(std::string const& path, std::int64_t bytes, bool wide) {
+    std::ofstream file(path, std::ios::binary);
+    TextMaker text;
+    std::string piece;
+    for (std::int64_t left = bytes; left > 0; left -= static_cast<std::int64_t>(piece.size())) {
+        piece.clear();
+        while (piece.size() < kStep) {
+            for (char const c : text.NextLine()) {
+                piece += c;
+                if (wide) piece += '\0';
+            }
+        }
+        piece.resize(
+            static_cast<std::size_t>(std::min<std::int64_t>(left, static_cast<std::int64_t>(piece.size()))));
+        file << piece;
+    }
+    Require(file.flush().good(), "the text could not be written");
+}
+
+// The quickest locale for the peers, too.
+double SecondsOfCommand(std::string const& command) {
+    return Seconds([&] { Require(std::system(("LC_ALL=C " + command).c_str()) == 0, "a peer failed"); });
+}
+
+// Passes over the whole of a file in search of what is not there, in GB/s.
+template <class Search>
+Samples Absent(Context const& context, std::int32_t length, Search&& search) {
+    Samples rate;
+    for (int round = 0; round < context.rounds; ++round) {
+        vfile::VFile::ReleaseCache();
+        SyncDisk(context.directory);
+        double const seconds = Seconds([&] { Require(!search(), "found what is not there"); });
+        rate.Add(length / seconds / 1e9);
+    }
+    return rate;
+}
+
+void MeasureAbsent(Context const& context, vfile::VFile& file, Figures& figures) {
+    struct Shape {
+        char const* name;
+        char const* pattern;
+        bool forward;
+        bool ignoreCase;
+        double bar;
+    };
+    constexpr Shape kShapes[] = {
+        {"forward",                                      kAbsent,       true,  false, 3  },
+        {"backward",                                     kAbsent,       false, false, 3  },
+        {"forward, ignoring case",                       kAbsent,       true,  true,  1.5},
+        {"forward, its first byte the text's commonest", kAbsentCommon, true,  false, 0.7},
+    };
+    for (Shape const& shape : kShapes) {
+        Samples const rate = Absent(context, file.Length(), [&] {
+            std::int32_t position = shape.forward ? 0 : file.Length();
+            return shape.forward ? file.Find(position, shape.pattern, shape.ignoreCase, false)
+                                 : file.FindBack(position, shape.pattern, shape.ignoreCase, false);
+        });
+        figures.AddSingle("Find an absent pattern of 13 bytes in " + context.SizeName() + ", " + shape.name,
+                          rate, {"GB/s", 2}, {Bar::AtLeast, shape.bar});
+    }
+}
+
+void MeasureWide(Context const& context, Figures& figures) {
+    MakeText(context.Path("units"), context.bytes, true);
+    vfile::TCharVFile file;
+    file.Load(vfile::NameFromBytes(context.Path("units")).c_str(), 1);
+    Require(file.res == vfile::ResDone, "loading units failed");
+    Remove(context.Path("units"));
+    vfile::TString const pattern(kAbsent, kAbsent + std::strlen(kAbsent));
+    for (bool const forward : {true, false}) {
+        Samples const rate = Absent(context, file.Length(), [&] {
+            std::int32_t position = forward ? 0 : file.TCharLength();
+            return forward ? file.FindTChars(position, pattern, false, false)
+                           : file.FindBackTChars(position, pattern, false, false);
+        });
+        figures.AddSingle("The same for 13 units in a text of " + context.SizeName() +
+                              (forward ? ", forward" : ", backward"),
+                          rate, {"GB/s", 2}, {Bar::AtLeast, 3});
+    }
+}
+
+void MeasureRareWord(Context const& context, vfile::VFile& file, Figures& figures) {
+    int count = 0;
+    auto const ours = [&] {
+        return Seconds([&] {
+            std::int32_t position = 0;
+            for (count = 0; file.Find(position, kRareWord, false, false);) ++count;
+        });
+    };
+    std::string const output = context.Path("count");
+    Paired const seconds = Alternate(context.rounds, ours, [&] {
+        return SecondsOfCommand("grep -c -F " + std::string(kRareWord) + " " + context.Path("text") + " > " +
+                                output);
+    });
+    int peerCount = -1;
+    std::ifstream(output) >> peerCount;
+    Require(count == peerCount && count > 0, "not as many rare words as the peer counted");
+    figures.AddRatio("Count a rare word, against `grep -c -F`", seconds, {"s", 3}, {Bar::AtMost, 1});
+}
+
+void MeasureLines(Context const& context, vfile::VFile& file, Figures& figures) {
+    std::int64_t bytes = 0, peerBytes = 0;
+    auto const ours = [&] {
+        std::vector<char> line(kStep);
+        bytes = 0;
+        return Seconds([&] {
+            file.SetPos(0);
+            while (!file.Eof()) bytes += file.ReadLine(line.data(), static_cast<std::int32_t>(line.size()));
+        });
+    };
+    auto const peer = [&] {
+        std::string line;
+        peerBytes = 0;
+        return Seconds([&] {
+            std::ifstream lines(context.Path("text"), std::ios::binary);
+            while (std::getline(lines, line)) peerBytes += static_cast<std::int64_t>(line.size());
+        });
+    };
+    Paired const seconds = Alternate(context.rounds, ours, peer);
+    Require(bytes == peerBytes, "other lines than the peer's");
+    figures.AddRatio("Read all lines, against `std::getline`", seconds, {"s", 2}, {Bar::AtMost, 1});
+}
+
+// From file to file, as the peer does it.
+void MeasureReplace(Context const& context, Figures& figures) {
+    Context half = context;
+    half.bytes = context.bytes / 2;
+    std::string const source = context.Path("half"), ours = context.Path("ours"), peer = context.Path("peer");
+    MakeText(source, half.bytes, false);
+    auto const step = [&](std::string const& target, auto const& work) {
+        Remove(target);
+        SyncDisk(context.directory);
+        return work();
+    };
+    auto const replace = [&] {
+        vfile::VFile file;
+        LoadOrFail(file, source);
+        Require(file.ReplaceGlobal(kWord, kLonger, false, false) > 0, "nothing was replaced");
+        file.Save(vfile::NameFromBytes(ours).c_str(), true);
+        RequireDone(file, "replacing");
+    };
+    std::string const command = std::string("sed s/") + kWord + "/" + kLonger + "/g " + source + " > " + peer;
+    Paired const seconds = Alternate(
+        context.rounds, [&] { return step(ours, [&] { return Seconds(replace); }); },
+        [&] { return step(peer, [&] { return SecondsOfCommand(command); }); });
+    Require(SameBytes(ours, peer), "replaced otherwise than the peer");
+    figures.AddRatio("Replace 6 bytes by 9, one in about 600, in " + half.SizeName() + ", against `sed`",
+                     seconds, {"s", 2}, {Bar::AtMost, 1});
+    for (std::string const& name : {source, ours, peer}) Remove(name);
+}
+
+void Measure(Context const& context, Figures& figures) {
+    UseSettings(context);
+    {
+        vfile::VFile file;
+        MakeText(context.Path("text"), context.bytes, false);
+        LoadOrFail(file, context.Path("text"));
+        MeasureAbsent(context, file, figures);
+        MeasureRareWord(context, file, figures);
+        MeasureLines(context, file, figures);
+        Remove(context.Path("text"));
+    }
+    MeasureWide(context, figures);
+    MeasureReplace(context, figures);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) { return Run(argc, argv, Measure); }
