@@ -70,6 +70,8 @@ Faults::~Faults() { armed = false; }
 
 Call Faults::Hit() const { return hit; }
 
+int Faults::Seen() const { return counted; }
+
 std::size_t OpenDescriptors() {
     std::filesystem::directory_iterator const all("/proc/self/fd");
     return static_cast<std::size_t>(std::distance(begin(all), end(all)));
@@ -101,6 +103,8 @@ VFILE_WRAP(int, kStat, fstat, (int fd, struct stat* result), (fd, result))
 VFILE_WRAP(int, kLock, flock, (int fd, int operation), (fd, operation))
 VFILE_WRAP(int, kTruncate, ftruncate, (int fd, off_t length), (fd, length))
 VFILE_WRAP(off_t, kSeek, lseek, (int fd, off_t offset, int whence), (fd, offset, whence))
+VFILE_WRAP(int, kRename, renameat2, (int from, char const* a, int to, char const* b, unsigned flags), (from, a, to, b, flags))
+VFILE_WRAP(ssize_t, kCopyRange, copy_file_range, (int from, off_t* a, int to, off_t* b, size_t len, unsigned flags), (from, a, to, b, len, flags))
 VFILE_WRAP(int, kAdvise, posix_fadvise, (int fd, off_t offset, off_t len, int advice), (fd, offset, len, advice))
 VFILE_WRAP_TRANSFER(kRead, read, (int fd, void* dst, size_t len), (fd, dst, len))
 VFILE_WRAP_TRANSFER(kWrite, write, (int fd, void const* src, size_t len), (fd, src, len))

@@ -20,6 +20,8 @@ enum class Call {
     kWrite,
     kReadAt,
     kWriteAt,
+    kCopyRange,
+    kRename,
     kAllocate
 };
 
@@ -48,6 +50,9 @@ public:
 
     // The call that was hit first, kNone so far.
     Call Hit() const;
+
+    // The calls that could have been hit so far; of a fault that fails one, up to that one.
+    int Seen() const;
 };
 
 std::size_t OpenDescriptors();

@@ -116,9 +116,12 @@ int Candidate::Prepare(OpenMode const& mode) {
 // lock and does nothing without one.
 void Candidate::TakeBack(char const* path) {
     struct stat held, named;
-    if (!made_ || flock(descriptor_, LOCK_SH | LOCK_NB) != 0) return;
-    if (fstat(descriptor_, &held) != 0 || held.st_size != 0 || lstat(path, &named) != 0) return;
-    if (held.st_dev == named.st_dev && held.st_ino == named.st_ino) unlink(path);
+    if (!made_ || flock(descriptor_, LOCK_SH | LOCK_NB) != 0 || lstat(path, &named) != 0 ||
+        named.st_size != 0)
+        return;
+    bool const another =
+        fstat(descriptor_, &held) == 0 && (held.st_dev != named.st_dev || held.st_ino != named.st_ino);
+    if (!another) unlink(path);
 }
 
 Handle OpenPath(char const* path, OpenMode const& mode) {

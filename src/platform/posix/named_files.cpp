@@ -44,8 +44,9 @@ public:
 
     bool Open(TChar const* name, OpenMode const& mode) {
         handle = OpenFile(name, mode);
-        return IsOpen() && (fstat(Descriptor(), &info) == 0 || Fail(errno));
+        return IsOpen();
     }
+    bool Look() { return fstat(Descriptor(), &info) == 0 || Fail(errno); }
     bool IsOpen() const { return handle != InvalidHandle(); }
     Handle Get() const { return handle; }
     int Descriptor() const { return DescriptorOf(handle); }
@@ -63,8 +64,7 @@ class Target {
 public:
     Target(TChar const* targetName, char const* targetPath) : name(targetName), path(targetPath) {}
     ~Target() {
-        struct stat named;
-        if (made && lstat(path, &named) == 0 && IsSame(named, file.Info())) unlink(path);
+        if (made && !IsReplaced()) unlink(path);
     }
     Target(Target const&) = delete;
     Target& operator=(Target const&) = delete;
@@ -79,9 +79,15 @@ public:
     }
     bool IsNew() const { return made; }
     void Keep() { made = false; }
-    Held const& File() const { return file; }
+    Held& File() { return file; }
 
 private:
+    // Whether somebody has put another file in its place.
+    bool IsReplaced() const {
+        struct stat named;
+        return lstat(path, &named) == 0 && file.Info().st_ino != 0 && !IsSame(named, file.Info());
+    }
+
     TChar const* name;
     char const* path;
     Held file;
@@ -110,13 +116,14 @@ bool CopyBytes(Handle from, Handle to) {
 }
 
 // Makes an existing target empty, once it is certain that it is not the source.
-bool Prepare(Held const& source, Target const& target) {
+bool Prepare(Held& source, Target& target) {
+    if (!source.Look() || !target.File().Look()) return false;
     if (target.IsNew()) return true;
     if (IsSame(source.Info(), target.File().Info())) return Fail(EBUSY);
     return !S_ISREG(target.File().Info().st_mode) || TruncateHere(target.File().Get());
 }
 
-bool Copy(Held const& source, Target& target) {
+bool Copy(Held& source, Target& target) {
     if (!Prepare(source, target) || !CopyBytes(source.Get(), target.File().Get())) return false;
     mode_t const bits = source.Info().st_mode & kPermissionBits;
     if (target.IsNew() && fchmod(target.File().Descriptor(), bits) != 0) return Fail(errno);

@@ -1,0 +1,402 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vfile/host_file.h>
+#include <vfile/names.h>
+
+#include <climits>
+#include <optional>
+
+#include "platform/platform.h"
+#include "support/faults.h"
+#include "support/halts.h"
+#include "support/temp_dir.h"
+
+namespace vfile::test {
+namespace {
+
+struct stat Info(std::string const& path) {
+    struct stat info {};
+    lstat(path.c_str(), &info);
+    return info;
+}
+
+mode_t Mode(std::string const& path) { return Info(path).st_mode & 07777; }
+
+// What the tests below work on: files of which each has a reason to be refused or not.
+struct Zoo : TempDir {
+    Zoo() {
+        chmod(Bytes("").c_str(), 0777);  // for an ordinary user too
+        WriteWhole(Bytes("file"), std::string(70000, 'f'));
+        WriteWhole(Bytes("other"), "other");
+        chmod(Bytes("file").c_str(), 0640);
+        chmod(Bytes("other").c_str(), 0604);
+        symlink("file", Bytes("link").c_str());
+        symlink("nowhere", Bytes("dangling").c_str());
+        link(Bytes("file").c_str(), Bytes("hard").c_str());
+        std::filesystem::create_directory(Bytes("folder"));
+    }
+    // Every entry with its kind, mode and bytes.
+    std::string Listing() const {
+        std::string all;
+        for (auto const& entry : std::filesystem::recursive_directory_iterator(Path())) {
+            std::string const path = entry.path().string();
+            all += path + ' ' + std::to_string(Info(path).st_mode) + ' ' +
+                   (entry.is_regular_file() ? ReadWhole(path) : "") + '\n';
+        }
+        return all;
+    }
+};
+
+constexpr struct {
+    char const *from, *to;
+    bool overwrite;
+    FileRes code;
+} kCopies[] = {
+    {"file",   "new",       false, ResDone         },
+    {"link",   "new",       true,  ResDone         },
+    {"file",   "other",     true,  ResDone         },
+    {"file",   "other",     false, ResAlreadyExists},
+    {"file",   "file",      true,  ResNoPermission },
+    {"file",   "link",      true,  ResNoPermission },
+    {"file",   "hard",      true,  ResNoPermission },
+    {"file",   "hard",      false, ResAlreadyExists},
+    {"absent", "new",       true,  ResNotFound     },
+    {"absent", "other",     true,  ResNotFound     },
+    {"file",   "no/new",    true,  ResIllegalPath  },
+    {"file",   "other/new", true,  ResUnknownPath  },
+    {"file",   "folder",    true,  ResNoPermission },
+    {"folder", "new",       true,  ResNoPermission },
+    {"file",   "dangling",  true,  ResNotFound     },
+    {"file",   "dangling",  false, ResAlreadyExists},
+    {"file",   "",          true,  ResNotFound     },
+};
+
+TEST(HostOps, CopyIsWholeOrNothing) {
+    for (auto const& row : kCopies) {
+        SCOPED_TRACE(std::string(row.from) + " to " + row.to);
+        Zoo zoo;
+        std::string const before = zoo.Listing(), to = zoo.Bytes(row.to);
+        bool const existed = std::filesystem::exists(to);
+        FileRes code = 77;
+        TString const toName = *row.to ? zoo.Name(row.to) : TString();
+        bool const done = HFile::Copy(zoo.Name(row.from).c_str(), toName.c_str(), code, row.overwrite);
+        EXPECT_EQ(done, code == ResDone);
+        EXPECT_EQ(code, row.code);
+        if (code != ResDone) {
+            EXPECT_EQ(zoo.Listing(), before);
+            continue;
+        }
+        EXPECT_EQ(ReadWhole(to), ReadWhole(zoo.Bytes("file")));
+        EXPECT_EQ(Mode(to), existed ? 0604U : 0640U);
+    }
+    Zoo zoo;
+    HFile reader, writer;
+    ASSERT_TRUE(reader.OpenSeqRead(zoo.Name("file").c_str()));
+    EXPECT_TRUE(HFile::Copy(zoo.Name("file").c_str(), zoo.Name("new").c_str(), false));
+    ASSERT_TRUE(writer.Open(zoo.Name("other").c_str()));
+    FileRes code;
+    EXPECT_FALSE(HFile::Copy(zoo.Name("other").c_str(), zoo.Name("new2").c_str(), code, false));
+    EXPECT_EQ(code, ResNoPermission);
+    EXPECT_FALSE(HFile::Copy(zoo.Name("file").c_str(), zoo.Name("other").c_str(), code, true));
+    EXPECT_TRUE(code == ResNoPermission && ReadWhole(zoo.Bytes("other")) == "other");
+    EXPECT_EQ(Mode(zoo.Bytes("new")), 0640U);
+    // A file whose size the system does not tell.
+    EXPECT_TRUE(HFile::Copy(u"/proc/self/status", zoo.Name("status").c_str(), false));
+    EXPECT_FALSE(ReadWhole(zoo.Bytes("status")).empty());
+    EXPECT_FALSE(HFile::Copy(zoo.Name("file").c_str(), u"/dev/full", code, true));
+    EXPECT_EQ(code, ResDiskFull);
+}
+
+// Runs `operation` with the first call failing, then the second, and so on, until all have; gives their number.
+template <class Operation>
+int FailEachCall(Call only, int error, bool onward, Operation operation) {
+    for (int nth = 1;; ++nth) {
+        Zoo zoo;
+        std::string const before = zoo.Listing();
+        std::size_t const descriptors = OpenDescriptors();
+        std::optional<Faults> faults(std::in_place,
+                                     Fault{onward ? Fault::kFailOnward : Fault::kFail, nth, error, 0, only});
+        FileRes code = ResDone;
+        bool const done = operation(zoo, code);
+        bool const hit = faults->Hit() != Call::kNone;
+        faults.reset();
+        EXPECT_EQ(OpenDescriptors(), descriptors);
+        EXPECT_EQ(done, code == ResDone);
+        EXPECT_TRUE(done || zoo.Listing() == before) << "call " << nth << " error " << error;
+        if (!hit) {
+            EXPECT_TRUE(done);
+            return nth - 1;
+        }
+    }
+}
+
+bool CopyNew(Zoo const& zoo, FileRes& code) {
+    return HFile::Copy(zoo.Name("file").c_str(), zoo.Name("new").c_str(), code, false);
+}
+bool RenameNew(Zoo const& zoo, FileRes& code) {
+    return HFile::Rename(zoo.Name("file").c_str(), zoo.Name("new").c_str(), code);
+}
+
+TEST(HostOps, AnyCallOfACopyMayFail) {
+    for (int const error : {EIO, ENOSPC}) {
+        for (Call const only : {Call::kNone, Call::kRead, Call::kCopyRange}) {
+            for (bool const onward : {false, true}) EXPECT_GT(FailEachCall(only, error, onward, CopyNew), 0);
+        }
+    }
+    // Without the kernel's help it is all the plain loop's, whose writes may fail and fall short.
+    for (int nth = 1; nth < 8; ++nth) {
+        Zoo zoo;
+        WriteWhole(zoo.Bytes("file"), "");
+        EXPECT_TRUE(HFile::Copy(u"/proc/self/maps", zoo.Name("maps").c_str(), false));
+        Faults faults({Fault::kCutThenFail, nth, ENOSPC, 5, Call::kWrite});
+        FileRes code = ResDone;
+        HFile::Copy(u"/proc/self/maps", zoo.Name("new").c_str(), code, false);
+        EXPECT_EQ(code, faults.Hit() == Call::kNone ? ResDone : ResDiskFull);
+        EXPECT_EQ(std::filesystem::exists(zoo.Bytes("new")), code == ResDone);
+    }
+}
+
+constexpr struct {
+    char const *from, *to;
+    FileRes code;    // within a file system
+    FileRes across;  // to another one
+} kRenames[] = {
+    {"file",     "new",         ResDone,          ResDone         },
+    {"file",     "other",       ResAlreadyExists, ResAlreadyExists},
+    {"file",     "hard",        ResAlreadyExists, ResAlreadyExists},
+    {"file",     "file",        ResDone,          ResDone         },
+    {"absent",   "absent",      ResDone,          ResDone         },
+    {"absent",   "new",         ResNotFound,      ResNotFound     },
+    {"no/file",  "new",         ResIllegalPath,   ResIllegalPath  },
+    {"file",     "no/new",      ResIllegalPath,   ResIllegalPath  },
+    {"link",     "new",         ResDone,          ResDone         },
+    {"dangling", "new",         ResDone,          ResDone         },
+    {"file",     "dangling",    ResAlreadyExists, ResAlreadyExists},
+    {"folder",   "new",         ResDone,          ResNotSupported },
+    {"folder",   "folder/deep", ResCallError,     ResNotSupported },
+    {"folder",   "other",       ResAlreadyExists, ResNotSupported },
+};
+
+TEST(HostOps, RenameNeverReplaces) {
+    // As the system does it, where it cannot refuse to replace, and across file systems.
+    for (int const error : {0, EINVAL, EXDEV}) {
+        for (auto const& row : kRenames) {
+            SCOPED_TRACE(std::string(row.from) + " to " + row.to + " under " + std::to_string(error));
+            Zoo zoo;
+            struct timespec const old[] = {
+                {1000, 5},
+                {2000, 7}
+            };
+            utimensat(AT_FDCWD, zoo.Bytes(row.from).c_str(), old, AT_SYMLINK_NOFOLLOW);
+            std::string const before = zoo.Listing();
+            struct stat const was = Info(zoo.Bytes(row.from));
+            Faults faults({Fault::kFailOnward, error ? 1 : INT_MAX, error, 0, Call::kRename});
+            FileRes code = 77;
+            HFile::Rename(zoo.Name(row.from).c_str(), zoo.Name(row.to).c_str(), code);
+            EXPECT_EQ(code, error == EXDEV ? row.across : row.code);
+            bool const moved = code == ResDone && std::string(row.from) != row.to;
+            EXPECT_TRUE(moved || zoo.Listing() == before);
+            if (!moved) continue;
+            struct stat const is = Info(zoo.Bytes(row.to));
+            EXPECT_EQ(is.st_mode, was.st_mode);
+            if (S_ISREG(is.st_mode)) {
+                EXPECT_TRUE(is.st_mtim.tv_sec == 2000 && is.st_uid == was.st_uid);
+                EXPECT_EQ(ReadWhole(zoo.Bytes(row.to)), std::string(70000, 'f'));
+            }
+            EXPECT_EQ(Info(zoo.Bytes(row.from)).st_mode, 0U) << "the old name is still there";
+        }
+    }
+    for (bool const onward : {false, true}) EXPECT_EQ(FailEachCall(Call::kRename, EIO, onward, RenameNew), 1);
+}
+
+TEST(HostOps, AMoveToAnotherFileSystemLosesNothing) {
+    std::string const other = "/dev/shm/vfile-test-" + std::to_string(getpid());
+    auto const move = [&other](Zoo const& zoo, FileRes& code) {
+        std::filesystem::remove(other);
+        bool const done = HFile::Rename(zoo.Name("file").c_str(), NameFromBytes(other).c_str(), code);
+        EXPECT_EQ(std::filesystem::exists(other), done);
+        return done;
+    };
+    if (Info("/dev/shm").st_dev == Info(Zoo().Bytes("file")).st_dev) GTEST_SKIP() << "no second file system";
+    for (bool const onward : {false, true}) EXPECT_GT(FailEachCall(Call::kNone, EIO, onward, move), 8);
+    std::filesystem::remove(other);
+}
+
+// The rights of an ordinary user, for as long as it lives.
+class AsUser {
+public:
+    AsUser() : wasRoot_(geteuid() == 0) {
+        if (wasRoot_ && seteuid(65534) != 0) ADD_FAILURE() << "cannot become an ordinary user";
+    }
+    ~AsUser() {
+        if (wasRoot_ && seteuid(0) != 0) std::abort();
+    }
+
+private:
+    bool wasRoot_;
+};
+
+TEST(HostOps, AttributesExistenceAndRemoval) {
+    Zoo zoo;
+    auto const name = [&zoo](char const* file) { return zoo.Name(file); };
+    for (mode_t const mode : {0644U, 0444U, 0464U, 0000U}) {
+        chmod(zoo.Bytes("file").c_str(), mode);
+        bool const readOnly = (mode & 0222) == 0;
+        EXPECT_EQ(HFile::IsReadOnly(name("link").c_str()), readOnly);
+        struct stat const before = Info(zoo.Bytes("file"));
+        EXPECT_TRUE(HFile::SetReadOnly(name("file").c_str(), readOnly));
+        EXPECT_EQ(Info(zoo.Bytes("file")).st_ctim.tv_nsec, before.st_ctim.tv_nsec)
+            << "was set though it was so";
+        EXPECT_TRUE(HFile::SetReadOnly(name("file").c_str(), !readOnly));
+        EXPECT_EQ(Mode(zoo.Bytes("file")), readOnly ? mode | 0200U : mode & ~0222U);
+    }
+    for (TString const& missing : {name("absent"), name("dangling"), name("other/x"), TString()}) {
+        TChar const* const absent = missing.c_str();
+        EXPECT_FALSE(HFile::Exists(absent) || HFile::IsDirectory(absent) || HFile::IsReadOnly(absent));
+        EXPECT_FALSE(HFile::SetReadOnly(absent, true) || HFile::SetReadOnly(absent, false));
+    }
+    EXPECT_TRUE(HFile::IsDirectory(name("folder").c_str()) && !HFile::IsDirectory(name("link").c_str()));
+    EXPECT_TRUE(HFile::Exists(name("folder").c_str()) && HFile::Exists(name("link").c_str()));
+    EXPECT_FALSE(HFile::Exists(nullptr));
+    std::string deep = zoo.Bytes("folder");
+    for (int i = 0; i < 4; ++i) std::filesystem::create_directory(deep += "/" + std::string(90, 'd'));
+    EXPECT_TRUE(HFile::Exists(NameFromBytes(deep).c_str()));
+    EXPECT_FALSE(HFile::Exists(NameFromBytes(deep + "x").c_str()));
+
+    struct {
+        char const* file;
+        FileRes code;
+    } const rows[] = {
+        {"dangling",   ResDone        },
+        {"link",       ResDone        },
+        {"link",       ResNotFound    },
+        {"hard",       ResDone        },
+        {"folder",     ResNoPermission},
+        {"no/file",    ResIllegalPath },
+        {"other/x",    ResUnknownPath },
+        {"\xFF\n*\\?", ResNotFound    },
+    };
+    for (auto const& row : rows) {
+        FileRes code = 77;
+        bool const removed = HFile::Remove(name(row.file).c_str(), code);
+        EXPECT_EQ(removed, row.code == ResDone);
+        EXPECT_EQ(code, row.code) << row.file;
+    }
+    EXPECT_EQ(ReadWhole(zoo.Bytes("other")), "other");
+    chmod(zoo.Bytes("").c_str(), 0555);
+    chmod(zoo.Bytes("file").c_str(), 0644);
+    AsUser const user;
+    FileRes code = 77;
+    EXPECT_TRUE(!HFile::Remove(name("other").c_str(), code) && code == ResNoPermission);
+    EXPECT_TRUE(!HFile::Copy(name("file").c_str(), name("new").c_str(), code, true) &&
+                code == ResNoPermission);
+    EXPECT_TRUE(!HFile::Rename(name("file").c_str(), name("new").c_str(), code) && code == ResNoPermission);
+}
+
+TEST(HostOps, TemporaryFilesAreNewAndPrivate) {
+    Zoo zoo;
+    TString const dir = zoo.Name("");
+    // Names that are taken, also by links that an enemy has planted, are passed over.
+    std::int32_t const tick = static_cast<std::int32_t>(platform::TickCount()) % 100000000;
+    for (std::int32_t i = 0; i < 3000; ++i) {
+        symlink("victim", zoo.Bytes("~hf" + std::to_string((tick + i) % 100000000) + ".tmp").c_str());
+    }
+    struct {
+        TChar const *prefix, *ext;
+        char const *head, *tail;
+    } const rows[] = {
+        {nullptr,  nullptr, "~hf",   ".tmp"},
+        {nullptr,  u"tmp",  "~hf",   ".tmp"},
+        {u"",      u"",     "",      ""    },
+        {u"a.b\\", u"..x",  "a.b\\", "..x" },
+    };
+    for (auto const& row : rows) {
+        for (bool const seqWrite : {false, true}) {
+            HFile file;
+            TChar name[MaxNameUnits];
+            ASSERT_TRUE(
+                HFile::CreateTempFile(file, name, MaxNameUnits, row.prefix, row.ext, dir.c_str(), seqWrite));
+            std::string const made = BytesFromName(name), number = made.substr(zoo.Bytes("").size());
+            EXPECT_TRUE(number.starts_with(row.head) && number.ends_with(row.tail)) << made;
+            EXPECT_EQ(Mode(made), 0600U);
+            file.WriteByte('x');
+            file.Reset();
+            char c = 0;
+            file.ReadChar(c);
+            EXPECT_EQ(file.res, seqWrite ? ResNoPermission : ResDone);
+        }
+    }
+    EXPECT_FALSE(std::filesystem::exists(zoo.Bytes("victim")));
+
+    struct {
+        TString dir;
+        std::uint32_t size;
+        FileRes code;
+    } const refused[] = {
+        {zoo.Name("no"),    MaxNameUnits, ResIllegalPath                  },
+        {zoo.Name("other"), MaxNameUnits, ResUnknownPath                  },
+        {TString(300,       u'x'),        1000,                             ResIllegalName},
+        {dir,                 static_cast<std::uint32_t>(dir.size()) + 5,                           ResIllegalName},
+        {dir,                 1,                           ResIllegalName                                         },
+    };
+    for (auto const& row : refused) {
+        HFile file;
+        std::vector<TChar> name(row.size + 2, 0xABCD);
+        EXPECT_FALSE(
+            HFile::CreateTempFile(file, name.data(), row.size, nullptr, nullptr, row.dir.c_str(), true));
+        EXPECT_TRUE(name[row.size] == 0xABCD && !file.IsOpen());
+        EXPECT_EQ(file.res, row.code);
+    }
+    HFile open;
+    TChar name[300];
+    ASSERT_TRUE(HFile::CreateTempFile(open, name, 300, TString(100, u'p').c_str(), TString(100, u'e').c_str(),
+                                      dir.c_str(), true));
+    EXPECT_EQ(TString(name).substr(dir.size(), 64).find(u'p', 62), 62U);
+    EXPECT_EQ(TString(name).substr(TString(name).find(u'.', dir.size())), u"." + TString(62, u'e'));
+    EXPECT_ASSERTION_STOP("HFile", HFile::CreateTempFile(open, name, 300, nullptr, nullptr, nullptr, true));
+    HFile closed;
+    EXPECT_ASSERTION_STOP("HFile",
+                          HFile::CreateTempFile(closed, nullptr, 300, nullptr, nullptr, nullptr, true));
+    EXPECT_ASSERTION_STOP("HFile", HFile::CreateTempFile(closed, name, 0, nullptr, nullptr, nullptr, true));
+    chmod(zoo.Bytes("").c_str(), 0555);
+    AsUser const user;
+    EXPECT_FALSE(HFile::CreateTempFile(closed, name, 300, nullptr, nullptr, dir.c_str(), true));
+    EXPECT_EQ(closed.res, ResNoPermission);
+}
+
+TEST(HostOps, TheTemporaryDirectoryIsTheFirstUsableOne) {
+    Zoo zoo;
+    std::string const folder = zoo.Bytes("folder"), file = zoo.Bytes("file"), absent = zoo.Bytes("absent");
+    struct {
+        char const *tmp, *temp, *tmpdir;
+        std::string want;
+    } const rows[] = {
+        {folder.c_str(), file.c_str(),   nullptr,        folder + "/"},
+        {absent.c_str(), folder.c_str(), nullptr,        folder + "/"},
+        {file.c_str(),   "",             folder.c_str(), folder + "/"},
+        {nullptr,        nullptr,        nullptr,        "/var/tmp/" },
+    };
+    char const* const was = std::getenv("TMPDIR");
+    std::optional<std::string> const before = was ? std::optional<std::string>(was) : std::nullopt;
+    auto const set = [](char const* variable, char const* value) {
+        value ? setenv(variable, value, 1) : unsetenv(variable);
+    };
+    for (auto const& row : rows) {
+        set("TMP", row.tmp);
+        set("TEMP", row.temp);
+        set("TMPDIR", row.tmpdir);
+        for (std::uint32_t const size : {1U, 4U, MaxNameUnits}) {
+            std::vector<TChar> dir(size + 1, 0xABCD);
+            HFile::GetTempDir(dir.data(), size);
+            EXPECT_EQ(BytesFromName(dir.data()), row.want.substr(0, size - 1));
+            EXPECT_EQ(dir[size], 0xABCD);
+        }
+    }
+    for (char const* variable : {"TMP", "TEMP"}) unsetenv(variable);
+    set("TMPDIR", before ? before->c_str() : nullptr);
+}
+
+}  // namespace
+}  // namespace vfile::test
