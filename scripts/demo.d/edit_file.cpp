@@ -1,6 +1,7 @@
-// edit_file FILE SCRIPT OUT TEMPDIR CACHE: loads FILE with a cache of CACHE kilobytes, does the edits of the
-// script and saves the result as OUT. For each step one line on standard output, its fields parted by tabs:
-// name, count of edits, bytes moved, seconds, peak of resident memory in kilobytes.
+// edit_file FILE SCRIPT OUT TEMPDIR CACHE ABSENT PRESENT REPLACEMENT: loads FILE with a cache of CACHE kilobytes,
+// does the edits of the script, finds both patterns forward and backward, replaces all of PRESENT and saves the
+// result as OUT. For each step one line on standard output, its fields parted by tabs: name, count of edits or
+// matches, bytes moved or searched, seconds, peak of resident memory in kilobytes, sum of the matches' places.
 
 #include <vfile.h>
 
@@ -18,6 +19,7 @@ namespace {
 struct Work {
     long edits = 0;
     long long bytes = 0;
+    long long places = 0;
 };
 
 [[noreturn]] void Fail(std::string const& reason) {
@@ -38,8 +40,8 @@ void Tell(char const* name, vfile::VFile const& file, Step&& step) {
     Work work;
     double const seconds = bench::Seconds([&] { work = step(); });
     if (file.res != vfile::ResDone) Fail(std::string(name) + ": " + Words(file.res));
-    std::printf("%s\t%ld\t%lld\t%.6f\t%lld\n", name, work.edits, work.bytes, seconds,
-                static_cast<long long>(bench::PeakResidentKB()));
+    std::printf("%s\t%ld\t%lld\t%.6f\t%lld\t%lld\n", name, work.edits, work.bytes, seconds,
+                static_cast<long long>(bench::PeakResidentKB()), work.places);
     std::fflush(stdout);
 }
 
@@ -63,10 +65,25 @@ Work ApplyAll(vfile::VFile& file, std::istream& script, demo::Edit& edit) {
     return work;
 }
 
+Work FindAll(vfile::VFile& file, std::string const& pattern) {
+    auto const len = static_cast<std::int32_t>(pattern.size());
+    Work work{0, file.Length()};
+    for (std::int32_t pos = 0; file.Find(pos, pattern.c_str(), false, false); ++work.edits)
+        work.places += pos - len;  // a match leaves its end
+    return work;
+}
+
+Work FindAllBack(vfile::VFile& file, std::string const& pattern) {
+    Work work{0, file.Length()};
+    for (std::int32_t pos = file.Length(); file.FindBack(pos, pattern.c_str(), false, false); ++work.edits)
+        work.places += pos;
+    return work;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 6) return 2;
+    if (argc != 9) return 2;
     std::ifstream script(argv[2], std::ios::binary);
     if (!script) Fail(std::string("cannot open ") + argv[2]);
     vfile::VFile::SetTempDir(vfile::NameFromBytes(argv[4]).c_str());
@@ -83,6 +100,15 @@ int main(int argc, char** argv) {
         file.ReplaceTxt(static_cast<std::int32_t>(edit.to), 0, file, static_cast<std::int32_t>(edit.at),
                         static_cast<std::int32_t>(edit.len));
         return Work{1, edit.len};
+    });
+    Tell("find-absent", file, [&] { return FindAll(file, argv[6]); });
+    Tell("find-absent-back", file, [&] { return FindAllBack(file, argv[6]); });
+    Tell("find-present", file, [&] { return FindAll(file, argv[7]); });
+    Tell("find-present-back", file, [&] { return FindAllBack(file, argv[7]); });
+    Tell("replace", file, [&] {
+        Work work{0, file.Length()};
+        work.edits = file.ReplaceGlobal(argv[7], argv[8], false, false);
+        return work;
     });
     Tell("save", file, [&] {
         file.Save(vfile::NameFromBytes(argv[3]).c_str(), true);
