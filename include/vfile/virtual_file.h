@@ -39,6 +39,7 @@ namespace vfile {
 
 class BlkPool;
 class HFile;
+class Inflow;
 class TCharVFile;
 class VFile;
 class VMem;
@@ -597,8 +598,9 @@ private:
     VFILE_LOCAL void CheckTouched() const;
 
     // Transfer.
-    VFILE_LOCAL void TakeFrom(HostEnd& source, std::int32_t start, std::int32_t delLen, std::int32_t count);
-    VFILE_LOCAL FileRes ReadIn(HostEnd& source, std::int32_t count, PrivateChain& chain, std::int32_t& got);
+    VFILE_LOCAL void TakeFrom(Inflow& source, TChar const* operation, std::int32_t start, std::int32_t delLen,
+                              std::int32_t count);
+    VFILE_LOCAL FileRes ReadIn(Inflow& source, std::int32_t count, PrivateChain& chain, std::int32_t& got);
     VFILE_LOCAL void GiveTo(HostEnd& target, std::int32_t count);
 
     std::int32_t pos = 0;

@@ -2,9 +2,10 @@
 
 namespace vfile {
 
-bool VFile::HostEnd::HoldsTooMuch() const {
+std::int64_t VFile::HostEnd::SureBytes() const {
     std::int64_t ahead = 0;
-    return !(file && file->res != ResDone) && platform::BytesAhead(handle, ahead) && ahead > MaxLen;
+    bool const told = !(file && file->res != ResDone) && platform::BytesAhead(handle, ahead);
+    return told ? ahead : 0;
 }
 
 bool VFile::HostEnd::Read(void* dst, std::int32_t len, std::int32_t& got) {

@@ -6,27 +6,26 @@
 #include <vfile/virtual_file.h>
 
 #include "platform/platform.h"
+#include "vfile/inflow.h"
 
 namespace vfile {
 
-class VFile::HostEnd {
+class VFile::HostEnd final : public Inflow {
 public:
     explicit HostEnd(HFile& hostFile) : file(&hostFile), handle(hostFile.handle) {}
     explicit HostEnd(void* hostHandle) : handle(hostHandle) {}
 
-    bool IsOpen() const { return handle != InvalidHandle(); }
+    bool IsOpen() const override { return handle != InvalidHandle(); }
 
-    // Whether more than MaxLen bytes lie ahead, as far as a size tells. An HFile with a stored failure will
-    // not be read at all.
-    bool HoldsTooMuch() const;
+    // An HFile with a stored failure will not be read at all.
+    std::int64_t SureBytes() const override;
 
-    // Up to `len` bytes; got 0 is the end. False: Code() tells why.
-    bool Read(void* dst, std::int32_t len, std::int32_t& got);
+    bool Read(void* dst, std::int32_t len, std::int32_t& got) override;
 
     // All `len` bytes. False: Code() tells why, and `put` how many went out before.
     bool Write(void const* src, std::int32_t len, std::int32_t& put);
 
-    FileRes Code() const { return code; }
+    FileRes Code() const override { return code; }
 
 private:
     HFile* file = nullptr;

@@ -1,4 +1,4 @@
-// Bytes from a host file. The whole source is taken into a private chain first: one that fails or runs dry
+// Bytes from the host. The whole source is taken into a private chain first: one that fails or runs dry
 // half way leaves the file as it was.
 #include <vfile/halt.h>
 
@@ -14,17 +14,18 @@ namespace vfile {
 
 void VFile::ReplaceFile(std::int32_t start, std::int32_t delLen, HFile& file, std::int32_t count) {
     HostEnd source(file);
-    TakeFrom(source, start, delLen, count);
+    TakeFrom(source, u"ReplaceFile", start, delLen, count);
 }
 
 void VFile::ReplaceFile(std::int32_t start, std::int32_t delLen, void* handle, std::int32_t count) {
     HostEnd source(handle);
-    TakeFrom(source, start, delLen, count);
+    TakeFrom(source, u"ReplaceFile", start, delLen, count);
 }
 
 // Clips only after the reading, which is what tells how many bytes there are. Nothing goes into the current
 // block: it is cut at the cursor, and the chain put behind it.
-void VFile::TakeFrom(HostEnd& source, std::int32_t start, std::int32_t delLen, std::int32_t count) {
+void VFile::TakeFrom(Inflow& source, TChar const* operation, std::int32_t start, std::int32_t delLen,
+                     std::int32_t count) {
     if (!OnOwnThread()) return HaltA(kModule, __LINE__);
     if (res != ResDone) return;
     bool const sameLen = delLen == SameLen;
@@ -33,20 +34,21 @@ void VFile::TakeFrom(HostEnd& source, std::int32_t start, std::int32_t delLen, s
     std::int32_t got = 0;
     res = ReadIn(source, count, chain, got);
     if (res != ResDone) return;
-    Change change{u"ReplaceFile", start, sameLen ? got : delLen, got};
+    Change change{operation, start, sameLen ? got : delLen, got};
     if (!Position(change)) return;
     if (Ask(change) && DoChange(change, nullptr, 0, chain)) Publish(change);
 }
 
 // Gives the code of the reading. A definite count is all or nothing; MaxLen asks for what there is.
-FileRes VFile::ReadIn(HostEnd& source, std::int32_t count, PrivateChain& chain, std::int32_t& got) {
-    if (count == MaxLen && source.HoldsTooMuch()) return ResTooLong;
+FileRes VFile::ReadIn(Inflow& source, std::int32_t count, PrivateChain& chain, std::int32_t& got) {
+    if (count == MaxLen && source.SureBytes() > MaxLen) return ResTooLong;
     StepBuffer step(count);
     std::int32_t left = count;
     while (left > 0) {
         std::int32_t n = 0;
         if (!source.Read(step.Data(), std::min(left, step.Size()), n)) return source.Code();
         if (n == 0) break;
+        if (source.IsWatched()) CheckEOL(step.Data(), n);
         if (!chain.Append(step.Data(), n)) return ResHeapOverflow;
         left -= n;
     }
