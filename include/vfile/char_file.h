@@ -303,6 +303,10 @@ protected:
 private:
     friend struct VFileInspector;
 
+    VFILE_LOCAL void LoadFrom(TChar const* name, Encoding const* known, Encoding& found, std::uint32_t share);
+    VFILE_LOCAL static FileRes CheckFits(void* file, std::int64_t ahead, Encoding encoding);
+    VFILE_LOCAL void WriteText(HFile& file, Encoding encoding, bool writeBom);
+    VFILE_LOCAL FileRes WriteUnits(HFile& file, Encoding encoding);
     VFILE_LOCAL std::strong_ordering Order(TCharVFile const& other) const;
     VFILE_LOCAL bool ReadToEol(TChar* dst, std::int32_t room, std::int32_t& stored, TChar& end);
     VFILE_LOCAL void PassLfUnit();

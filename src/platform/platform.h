@@ -192,6 +192,58 @@ bool CurrentDirectory(TChar* buf, std::uint32_t size);
 // Whether `name` is a directory that the effective user may search, read and write. Stores no error.
 bool IsUsableDirectory(TChar const* name);
 
+// ANSI: ansi.cpp
+
+// What a conversion took of its source, and made of that.
+struct Converted {
+    std::size_t taken, made;
+};
+
+// A character set that ANSI text is in. The first 128 characters of any are those of ASCII in the main: a zero
+// byte is U+0000 and nothing else, and 3F is "?".
+class AnsiCharset {
+public:
+    enum class Form {
+        kUtf8,
+        kTable,   // one byte a character: Units() is all there is to know
+        kSystem,  // the system converts, by ToUnits and FromUnits
+    };
+
+    AnsiCharset() = default;
+    ~AnsiCharset();
+    AnsiCharset(AnsiCharset const&) = delete;
+    AnsiCharset& operator=(AnsiCharset const&) = delete;
+
+    // Takes the set of the process's locale (LC_CTYPE), as it is at this moment; a locale of the calling thread
+    // alone plays no part. Where that is ASCII, as in the "C" locale, it is Windows-1252, its five holes being C1
+    // controls. To be called once. kNotSupported: the system cannot convert it.
+    bool OpenOfLocale();
+
+    // The same for a set by the system's name of it.
+    bool Open(char const* name);
+
+    Form GetForm() const { return form; }
+
+    // The unit that each byte stands for, U+FFFD where it stands for none.
+    char16_t const* Units() const { return units; }
+
+    // Convert from `src` to `dst` as far as the room goes, which must be for at least kLeastRoom. Unless `last`
+    // they stop before a sequence that goes on behind the end of `src`. A byte that is in no sequence becomes
+    // U+FFFD, each unit of a character that the set lacks becomes "?"; nothing is put in the place of what only
+    // looks like it. One object serves one text in one direction.
+    static constexpr std::size_t kLeastRoom = 64;
+    Converted ToUnits(char const* src, std::size_t len, bool last, char16_t* dst, std::size_t room);
+    Converted FromUnits(char16_t const* src, std::size_t len, bool last, char* dst, std::size_t room);
+
+private:
+    bool OpenAsTable();
+
+    Form form = Form::kTable;
+    char16_t units[256] = {};
+    void* toUnits = nullptr;
+    void* fromUnits = nullptr;
+};
+
 // Threads: threads.cpp
 
 // Nonzero, and stable for the thread's life. Costs one thread-local read.
