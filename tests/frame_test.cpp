@@ -135,6 +135,28 @@ TEST(Numbers, StopOutsideTheirRange) {
     EXPECT_EQ(LongTrunc(std::numeric_limits<double>::quiet_NaN()), 0);
 }
 
+// In every width, the outermost values among them.
+template <class T>
+void TryOrder(T (*max)(T, T), T (*min)(T, T), T (*sign)(T)) {
+    using Limits = std::numeric_limits<T>;
+    T const values[] = {Limits::lowest(), T(-2), T(-1), T(0), T(1), T(2), Limits::max()};
+    for (T const a : values) {
+        EXPECT_EQ(sign(a), a == 0 ? T(0) : a > 0 ? T(1) : T(-1));
+        for (T const b : values) EXPECT_TRUE(max(a, b) == std::max(a, b) && min(a, b) == std::min(a, b));
+    }
+}
+
+TEST(Numbers, OrderAndSign) {
+    TryOrder<double>(MaxR, MinR, SignR);
+    TryOrder<std::int64_t>(MaxQ, MinQ, SignQ);
+    TryOrder<std::int32_t>(MaxL, MinL, SignL);
+    TryOrder<std::int32_t>(Max, Min, Sign);
+    TryOrder<std::int16_t>(MaxS, MinS, SignS);
+    double const nan = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_TRUE(MaxR(nan, 1) == 1 && MinR(nan, 1) == 1 && MaxR(1, nan) != 1 && MinR(1, nan) != 1);
+    EXPECT_TRUE(std::signbit(MaxR(0.0, -0.0)) && std::signbit(MinR(0.0, -0.0)) && SignR(nan) == 0);
+}
+
 TEST(Numbers, PartsComeMostSignificantFirst) {
     char b[4];
     Extract4(Long2(0x80FF, 0x7F01), b[0], b[1], b[2], b[3]);

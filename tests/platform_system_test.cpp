@@ -1,5 +1,4 @@
-// Threads, forks, the clock, names, errors and the environment. The linker leads the clock's calls through here, so
-// that no test depends on the time or changes it.
+// Threads, forks, names, errors and the environment.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <vfile/names.h>
@@ -7,8 +6,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <ctime>
 #include <map>
 #include <thread>
 
@@ -17,20 +14,6 @@
 #include "platform/posix/name_bytes.h"
 #include "support/child.h"
 #include "support/temp_dir.h"
-
-static timespec clockShows{};
-
-extern "C" {
-
-int __wrap_clock_gettime(clockid_t, timespec* time) {
-    *time = clockShows;
-    return 0;
-}
-int __wrap_clock_settime(clockid_t, timespec const* time) {
-    clockShows = *time;
-    return 0;
-}
-}
 
 namespace vfile::platform {
 
@@ -101,27 +84,6 @@ TEST(Threads, AThreadAndAForkedChildAreNew) {
     SetForkHandler(nullptr);
     EXPECT_EQ(InChild([&] { return childHandlers == 0; }), 0);
     EXPECT_TRUE(ForkCount() == forks && CurrentThreadId() == mine && LastError() == kDiskFull);
-}
-
-TEST(Clock, LocalTimeBothWays) {
-    ASSERT_EQ(setenv("TZ", "ABC-3:30", 1), 0);  // three and a half hours east
-    tzset();
-    LocalTime const leapDay{2024, 2, 29, 1, 2, 3, 456};
-    LocalTime now{};
-    EXPECT_TRUE(WriteLocalTime(leapDay));
-    ReadLocalTime(now);
-    EXPECT_EQ(std::memcmp(&now, &leapDay, sizeof now), 0);
-    EXPECT_EQ(clockShows.tv_sec, 1'709'155'923);  // 2024-02-28 21:32:03 UTC
-    EXPECT_EQ(TickCount(), 1'709'155'923'456ull % (1ull << 32));
-
-    constexpr std::uint16_t kWrong[] = {2023, 13, 30, 24, 60, 60, 1000};
-    for (std::size_t i = 0; i < std::size(kWrong); ++i) {
-        std::memcpy(&now, &leapDay, sizeof now);
-        std::memcpy(&now.year + i, kWrong + i, sizeof kWrong[i]);
-        EXPECT_TRUE(!WriteLocalTime(now) && LastError() == kInvalidParameter) << i;
-    }
-    unsetenv("TZ");
-    tzset();
 }
 
 TEST(Names, AnyBytesAreANameAndComeBack) {

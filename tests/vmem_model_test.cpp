@@ -111,6 +111,7 @@ private:
     std::byte bytes[2][5000] = {};
 };
 
+char place[1];
 constexpr char const* kExtendFull = "VMem, ExtendFile():\nwriting on swap file failed (disk full?)";
 constexpr char const* kFlushFull = "VMem, FlushCachePtr():\nwriting on swap file failed (disk full?)";
 constexpr char const* kExtendSeek = "VMem, ExtendFile():\nseeking in swap file failed";
@@ -170,6 +171,34 @@ TEST(VMemFaults, WhatFailsAloneStops) {
         pair.memory.ReleaseCache();
         for (int page = 0; page < pages; ++page) pair.Get(page * 1024);
     }
+}
+
+// A value lies in memory as its own bytes, across the border of two pages too, and leaves those beside it.
+template <class T>
+void TryValue(T const value) {
+    Pair pair;
+    std::int32_t const addr = 1024 - static_cast<std::int32_t>(sizeof value) / 2;
+    std::byte bytes[32], wanted[32];
+    std::memset(bytes, 0x5A, sizeof bytes);
+    std::memcpy(wanted, bytes, sizeof bytes);
+    std::memcpy(wanted + 8, &value, sizeof value);
+    pair.memory.Set(addr - 8, bytes, sizeof bytes);
+    pair.memory.Set(addr, value);
+    T got{};
+    pair.memory.Get(addr, got);
+    pair.memory.Get(addr - 8, bytes, sizeof bytes);
+    EXPECT_TRUE(got == value && std::memcmp(bytes, wanted, sizeof bytes) == 0) << sizeof value;
+}
+
+TEST(VMemValues, OfEveryWidth) {
+    TryValue('\xF1');
+    TryValue(u'\xF1E2');
+    TryValue(std::int16_t{-4711});
+    TryValue(std::uint32_t{0xF1E2D3C4});
+    TryValue(std::int64_t{-0x0E1D2C3B4A596877});
+    TryValue(1.5f);
+    TryValue(-1e300);
+    TryValue(static_cast<void*>(place));
 }
 
 TEST(VMemFaults, AGapThatCannotBeKeptIsNoGap) {
