@@ -156,10 +156,17 @@ TEST(VFileEdges, PreChangeLeavesItsOwnFileAlone) {
             f.ReplaceBuf(5, SameLen, "zz", 2);
             f.SetPos(5);
         },
+        [](VFile& f) {  // over two blocks, and back to where it was
+            unsigned char b;
+            f.ReplaceBuf(1000, SameLen, Pattern(100).data(), 100);
+            f.SetPos(4);
+            f.ReadByte(b);
+        },
     };
     for (auto const& meddling : kMeddlings) {
         for (bool const txt : {true, false}) {
             Meddler file(kTen);
+            file.ReplaceBuf(10, 0, Pattern(2000).data(), 2000);
             file.meddle = meddling;
             EXPECT_EQ(
                 HaltOf([&] { txt ? file.ReplaceTxt(5, 0, file, 0, 2) : file.ReplaceBuf(5, 0, "x", 1); }),

@@ -237,6 +237,12 @@ TEST_F(VFileFaults, AddressRangeIsFull) {
     for (; old_.res == ResDone; bytes.insert(0, bytes_, 0, 1000)) old_.ReplaceBuf(0, 0, bytes_.data(), 1000);
     check(old_, bytes.substr(1000), ResHeapOverflow);
     check(empty, "x", ResDone);
+    Faults const taken({.kind = Fault::kFailOnward, .only = Call::kAllocate});
+    for (int n = 0; n < 200; ++n) {
+        old_.SetPos(0);
+        old_.ReplaceBuf(0, 0, bytes_.data(), 1000);
+    }
+    EXPECT_EQ(taken.Hit(), Call::kNone) << "a record of a change that failed was not given back";
 }
 
 // A failing swap file stops the operation, and takes no bytes with it; all goes on when the disk does.
