@@ -113,6 +113,24 @@ nothing 0 '$vfile find text dog --count'
 nothing '' '$vfile find text cat --from 1g'
 same 'cat text; echo 0' '$vfile replace text dog cat -o out >x; cat out x'
 
+same 'printf "many/.cat:1:1:2\nmany/a.txt:0:1:1\nmany/b.txt:2:2:1\n"' \
+    'mkdir many many/d.txt && cd many && printf cat >a.txt && printf "x\ncat" >b.txt && printf dog >c.txt && printf "\140cat" >.cat
+        cd .. && $vfile find "many/*" cat'
+same 'printf "many/a.txt:1\nmany/b.txt:1\nmany/c.txt:0\n"' '$vfile find "many/?.txt" cat --count'
+same 'printf "0:1:1\n"' '$vfile find "many/a*" cat; printf cat >"many/*"'
+same 'printf "0:1:1\n"' '$vfile find "many/*" cat'
+nothing '' '$vfile find "many/c*" cat'
+fails 'vfile: many/z\*: not found' '$vfile find "many/z*" cat'
+(
+    cd many && printf data >notes.txt && chmod 640 notes.txt
+    for _ in {0..99}; do $vfile backup notes.txt; done >made
+)
+same 'echo notes.~xt; for n in {1..9}; do echo notes.~${n}t; done; for n in {10..99}; do echo notes.~$n; done' 'cat many/made'
+same 'printf "640 4\n"' 'stat -c "%a %s" many/notes.~* | sort -u'
+fails 'vfile: many/notes.txt: no free backup name is left' '$vfile backup many/notes.txt'
+fails 'vfile: missing: not found' '$vfile backup missing'
+fails 'vfile: standard input has no name*' '$vfile backup -'
+fails 'vfile: folder to folder.~: no permission' '$vfile backup folder'
 fails 'vfile: missing: not found' '$vfile info missing'
 fails 'vfile: missing: not found' '$vfile find missing x'
 fails 'vfile: standard output: disk full' '$vfile find text cat >/dev/full'

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "backup.h"
 #include "exit_status.h"
 #include "line_counter.h"
 #include "report.h"
@@ -148,6 +149,8 @@ int Lines(Options const& options) {
 int Run(Options const& options) {
     Apply(options);
     switch (options.command) {
+        case Options::Command::kBackup:
+            return Backup(options);
         case Options::Command::kInfo:
             return Info(options);
         case Options::Command::kCut:

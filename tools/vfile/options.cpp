@@ -99,6 +99,9 @@ void AddCommands(CLI::App& app, Options& options) {
     AddCommand(app, options, "info", Command::kInfo,
                "Tell the size of a file, its byte-order mark and its lines");
 
+    AddCommand(app, options, "backup", Command::kBackup,
+               "Copy a file to its next free backup name, and print that name");
+
     CLI::App& cut =
         AddCommand(app, options, "cut", Command::kCut, "Write a range of a file to standard output");
     AddSize(cut, "--at", options.at, "where the range starts");
@@ -118,9 +121,10 @@ void AddCommands(CLI::App& app, Options& options) {
     AddSize(del, "--len", options.len, "how long it is");
     AddOutput(del, options);
 
-    CLI::App& find =
-        AddCommand(app, options, "find", Command::kFind,
-                   "Print where a pattern stands, as POSITION:LINE:COLUMN, each match on a line of its own");
+    CLI::App& find = AddCommand(
+        app, options, "find", Command::kFind,
+        "Print where a pattern stands, as POSITION:LINE:COLUMN, each match on a line of its own; FILE\n"
+        "may have * and ? in its name for several files, whose names then come first");
     AddSearch(find, options);
     AddEscapes(find, options);
     find.add_flag("--back", options.back, "search backward, from the end");

@@ -8,7 +8,7 @@
 namespace vfile::tool {
 
 struct Options {
-    enum class Command { kInfo, kCut, kInsert, kDelete, kFind, kReplace, kLines };
+    enum class Command { kBackup, kInfo, kCut, kInsert, kDelete, kFind, kReplace, kLines };
 
     Command command = Command::kInfo;
     std::string file;    // read whole; "-" is standard input

@@ -2,7 +2,11 @@
 
 #include <vfile.h>
 
+#include <string>
+#include <utility>
+
 #include "exit_status.h"
+#include "file_names.h"
 #include "line_counter.h"
 #include "streams.h"
 
@@ -12,11 +16,14 @@ namespace {
 // Matches on their way to standard output, some thousands at once.
 class Answer {
 public:
+    // `head` begins every line.
+    explicit Answer(std::string head) : head_(std::move(head)) {}
+
     void Add(std::int32_t position, std::int32_t line, std::int32_t column) {
-        text_ << position << ':' << line << ':' << column << '\n';
+        text_ << head_.c_str() << position << ':' << line << ':' << column << '\n';
         if (text_.Length() > 256 * 1024) Flush();
     }
-    void AddCount(std::int32_t count) { text_ << count << '\n'; }
+    void AddCount(std::int32_t count) { text_ << head_.c_str() << count << '\n'; }
 
     // False: it could not be written, which has been reported.
     bool Flush() {
@@ -29,6 +36,7 @@ public:
 
 private:
     VFile text_;
+    std::string head_;
     bool good_ = true;
 };
 
@@ -63,17 +71,15 @@ private:
     std::int32_t start_ = 0;
 };
 
-}  // namespace
+constexpr std::int32_t kNoAnswer = -1;
 
-int Find(Options const& options) {
-    VFile file;
-    if (!ReadAll(file, options.file)) return kFailed;
+// Gives the number of matches.
+std::int32_t FindIn(VFile& file, Options const& options, Answer& answer) {
     auto const search = options.back ? &VFile::FindBack : &VFile::Find;
     auto const patternLen = static_cast<std::int32_t>(options.pattern.size());
     std::int32_t position = options.start.value_or(options.back ? MaxLen : 0);
     std::int32_t count = 0;
     MatchLines lines(file, options.back);
-    Answer answer;
     while (answer.Good() &&
            (file.*search)(position, options.pattern.c_str(), options.ignoreCase, options.wholeWord)) {
         ++count;
@@ -83,8 +89,23 @@ int Find(Options const& options) {
         answer.Add(start, lines.Line(), lines.Column());
     }
     if (options.count) answer.AddCount(count);
-    if (!answer.Flush()) return kFailed;
-    return count > 0 ? kDone : kNothingFound;
+    return count;
+}
+
+}  // namespace
+
+int Find(Options const& options) {
+    auto const files = FilesOf(options.file);
+    bool failed = false;
+    bool found = false;
+    for (std::string const& name : files) {
+        Answer answer(files.size() > 1 ? name + ":" : std::string());
+        VFile file;
+        std::int32_t const count = ReadAll(file, name) ? FindIn(file, options, answer) : kNoAnswer;
+        failed = failed || count == kNoAnswer || !answer.Flush();
+        found = found || count > 0;
+    }
+    return failed ? kFailed : found ? kDone : kNothingFound;
 }
 
 }  // namespace vfile::tool

@@ -1,0 +1,128 @@
+// Names in buffers of every size. Each buffer is of its own and just as large as it says, so that a sanitizer sees
+// every unit beside it.
+#include <vfile/host_file.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <optional>
+
+#include "fuzz/fuzz.h"
+
+namespace vfile::test {
+namespace {
+
+class Buffer {
+public:
+    Buffer(std::uint32_t size, TString const& content = {}) : size_(size), units_(new TChar[size]) {
+        std::copy_n(content.c_str(), std::min<std::size_t>(content.size() + 1, size), units_.get());
+        units_[size - 1] = 0;
+    }
+    TChar* At() { return units_.get(); }
+    std::uint32_t Size() const { return size_; }
+    TString Text() const {
+        auto const end = std::find(units_.get(), units_.get() + size_, TChar{0});
+        FUZZ_CHECK(end != units_.get() + size_);
+        return {units_.get(), end};
+    }
+
+private:
+    std::uint32_t size_;
+    std::unique_ptr<TChar[]> units_;
+};
+
+std::array<TString, 4> Split(TString const& path, std::array<std::uint32_t, 4> const& sizes) {
+    Buffer drive(sizes[0]), dir(sizes[1]), name(sizes[2]), ext(sizes[3]);
+    HFile::SplitName(drive.At(), sizes[0], dir.At(), sizes[1], name.At(), sizes[2], ext.At(), sizes[3],
+                     path.c_str());
+    return {drive.Text(), dir.Text(), name.Text(), ext.Text()};
+}
+
+void CheckSplitting(TString const& path, std::array<std::uint32_t, 4> const& sizes) {
+    auto const whole = Split(path, {400, 400, 400, 400});
+    FUZZ_CHECK(whole[0] + whole[1] + whole[2] + whole[3] == path);
+    FUZZ_CHECK(whole[2].find_first_of(u"/\\") == TString::npos &&
+               whole[3].find_first_of(u"/\\") == TString::npos);
+    auto const cut = Split(path, sizes);
+    bool fits = true;
+    for (std::size_t i = 0; i < 4; ++i) fits = fits && whole[i].size() < sizes[i];
+    FUZZ_CHECK(cut == (fits ? whole : std::array<TString, 4>{}));
+    Buffer built(sizes[0]);
+    HFile::BuildName(built.At(), built.Size(), whole[0].c_str(), whole[1].c_str(), whole[2].c_str(),
+                     whole[3].c_str());
+    FUZZ_CHECK(built.Text() == path.substr(0, sizes[0] - 1));
+    Buffer dir(sizes[1]), name(sizes[2]);
+    HFile::SplitName(dir.At(), dir.Size(), name.At(), name.Size(), path.c_str());
+    bool const shortParts =
+        std::all_of(whole.begin(), whole.end(), [](TString const& part) { return part.size() < 261; });
+    FUZZ_CHECK(dir.Text() == (shortParts ? (whole[0] + whole[1]).substr(0, sizes[1] - 1) : TString()));
+    FUZZ_CHECK(name.Text() == (shortParts ? (whole[2] + whole[3]).substr(0, sizes[2] - 1) : TString()));
+}
+
+void CheckFullName(TString const& path, std::uint32_t size) {
+    Buffer full(size);
+    HFile::GetFullName(full.At(), size, path.c_str());
+    TString const text = full.Text();
+    if (!text.starts_with(u'/') || text == path.substr(0, size - 1)) return;
+    for (TChar const* const fold : {u"//", u"/./", u"/../"}) FUZZ_CHECK(text.find(fold) == TString::npos);
+    Buffer again(size);
+    HFile::GetFullName(again.At(), size, text.c_str());
+    FUZZ_CHECK(again.Text() == text);
+}
+
+bool IsDigit(TString const& s, std::size_t i) { return i < s.size() && s[i] >= u'0' && s[i] <= u'9'; }
+
+// The extension behind `ext`, by its number; none behind 99.
+std::optional<TString> NextBackup(TString const& ext) {
+    TString const dot = ext.starts_with(u'.') ? u"." : u"", p = ext.substr(dot.size());
+    if (p.empty()) return u".~";
+    if (p[0] != u'~') return dot + u"~" + (IsDigit(p, 1) || IsDigit(p, 2) ? TString() : p.substr(1));
+    if (!IsDigit(p, 1)) return dot + u"~1" + (IsDigit(p, 2) || p.size() < 2 ? TString() : p.substr(2));
+    int const digits = IsDigit(p, 2) ? 2 : 1;
+    int const number = digits == 1 ? p[1] - u'0' + 1 : (p[1] - u'0') * 10 + (p[2] - u'0') + 1;
+    if (number == 100) return std::nullopt;
+    TString text;
+    if (digits == 2 || number > 9) text += static_cast<TChar>(u'0' + number / 10);
+    text += static_cast<TChar>(u'0' + number % 10);
+    std::size_t const used = 1 + text.size();
+    return dot + u"~" + text + (p.size() > used ? p.substr(used) : TString());
+}
+
+void CheckBackups(TString const& ext, std::uint32_t size) {
+    Buffer buffer(size, ext);
+    for (int step = 0; step < 110; ++step) {
+        TString const before = buffer.Text();
+        auto const want = NextBackup(before);
+        bool const emptied = before.empty() || before == u".";
+        bool const done = HFile::GetNextBackupExt(buffer.At(), size);
+        FUZZ_CHECK(done == (want && (emptied || want->size() < size || want->size() <= before.size())));
+        FUZZ_CHECK(buffer.Text() == (done ? want->substr(0, size - 1) : before));
+        if (!done) return;
+    }
+}
+
+void CheckSeparator(TString const& path, std::uint32_t size) {
+    Buffer buffer(size, path);
+    TString const before = buffer.Text();
+    HFile::CondAppendDirSep(buffer.At(), size);
+    bool const adds = !before.empty() && !HFile::IsDirSep(before.back()) && before.size() + 1 < size;
+    FUZZ_CHECK(buffer.Text() == (adds ? before + u'/' : before));
+    HFile::BuildName(buffer.At(), size, path.c_str(), before.c_str());
+    FUZZ_CHECK(buffer.Text() == (path + before).substr(0, size - 1));
+}
+
+}  // namespace
+}  // namespace vfile::test
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+    using namespace vfile::test;
+    FuzzInput input(data, size);
+    std::array<std::uint32_t, 4> sizes;
+    for (auto& one : sizes) one = input.Byte() + 1U;
+    vfile::TString const path = input.Units(350);
+    CheckSplitting(path, sizes);
+    CheckFullName(path, sizes[0] * 4);
+    CheckBackups(path, sizes[1]);
+    CheckSeparator(path, sizes[2]);
+    return 0;
+}
