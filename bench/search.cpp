@@ -1,9 +1,7 @@
 // Search, lines and global replace in a text whose bytes lie in the swap file. Where the system has a program that does
 // the same to a host file, that is the peer; the text that it works on is the one that was loaded.
 
-#include <fcntl.h>
-#include <unistd.h>
-
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -57,22 +55,23 @@ private:
     std::string line;
 };
 
-// A text of `bytes` bytes at `path`: of single bytes, or of 16-bit units, the low byte first.
+// At least kStep bytes of whole lines: of single bytes, or of 16-bit units, the low byte first.
+std::string NextPiece(TextMaker& text, bool wide) {
+    std::string piece;
+    while (piece.size() < kStep) {
+        for (char const c : text.NextLine()) piece.append(&c, 1).append(wide ? 1 : 0, '\0');
+    }
+    return piece;
+}
+
 void MakeText(std::string const& path, std::int64_t bytes, bool wide) {
     std::ofstream file(path, std::ios::binary);
     TextMaker text;
-    std::string piece;
-    for (std::int64_t left = bytes; left > 0; left -= static_cast<std::int64_t>(piece.size())) {
-        piece.clear();
-        while (piece.size() < kStep) {
-            for (char const c : text.NextLine()) {
-                piece += c;
-                if (wide) piece += '\0';
-            }
-        }
-        piece.resize(
-            static_cast<std::size_t>(std::min<std::int64_t>(left, static_cast<std::int64_t>(piece.size()))));
-        file << piece;
+    for (std::int64_t left = bytes; left > 0;) {
+        std::string const piece = NextPiece(text, wide);
+        std::int64_t const len = std::min<std::int64_t>(left, static_cast<std::int64_t>(piece.size()));
+        file.write(piece.data(), len);
+        left -= len;
     }
     Require(file.flush().good(), "the text could not be written");
 }

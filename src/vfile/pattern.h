@@ -80,7 +80,7 @@ private:
         uint64_t;  // of neighbouring units, looked at together; the compiler makes longer vectors of them
     static constexpr std::size_t kLanes = sizeof(Word) / sizeof(Unit);
     static constexpr Word kOnes = ~Word{0} / static_cast<Unit>(-1);
-    static constexpr std::size_t kGroup = 32;  // words
+    static constexpr std::size_t kGroup = 32;  // words; fewer are unrolled before they can become vectors
 
     // A match is looked for by three of its units, all so near to its first one that at the end of a run few places are
     // left that have to be looked at one by one, however long the pattern.
