@@ -231,8 +231,9 @@ public:
         using Fixed = std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>;
         return InsertNumber(static_cast<Fixed>(value));
     }
-    template <class T>
-    requires(ByteChar<T> || NotAByte<T> && NotATChar<T>) TCharVFile& operator<<(T) = delete;
+    template <NotATChar T>
+    requires(!WholeNumber<T, sizeof(T)> && (std::is_arithmetic_v<T> || std::is_enum_v<T>)) TCharVFile&
+    operator<<(T) = delete;
 
     // Search, in units. Folding takes a to z as A to Z and leaves all else. A neighbour belongs to a word when the
     // host's locale says so (iswalnum). A stored `res` does not stop a search: its SetPos clears it.
