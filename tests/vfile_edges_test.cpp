@@ -9,7 +9,6 @@
 #include "support/halts.h"
 #include "support/host_source.h"
 #include "support/twin.h"
-#include "vfile/seek.h"
 
 namespace vfile::test {
 namespace {
@@ -96,33 +95,6 @@ TEST(VFileEdges, WhichBlocksMerge) {
         EXPECT_EQ(lengths, c.after);
         EXPECT_EQ(first->addr == kNoAddr, twin.model.bytes.empty()) << "its page";
         twin.ExpectSameBytes();
-    }
-}
-
-// The walk starts at the nearest place: links of the ways not to be taken are cut.
-TEST(VFileEdges, SeekTakesTheShortestWay) {
-    struct {
-        std::int32_t rd, position;
-        bool forwardFromFirst, backFromRd, forwardFromRd, backFromLast;
-    } const kCases[] = {
-        {1000, 499,  true,  false, false, false},
-        {1000, 500,  false, true,  false, false}, // a tie
-        {0,    1499, false, false, true,  false},
-        {0,    1500, false, false, false, true }, // a tie
-    };
-    for (auto const& c : kCases) {
-        std::vector<BlkDesc> blocks(30);
-        for (std::size_t i = 0; i < 30; ++i)
-            blocks[i] = {i ? &blocks[i - 1] : nullptr, i < 29 ? &blocks[i + 1] : nullptr, kNoAddr, 100};
-        BlkDesc& at = blocks[static_cast<std::size_t>(c.rd / 100)];
-        if (!c.forwardFromFirst && !c.forwardFromRd) blocks.front().next = nullptr;
-        if (!c.backFromRd) at.prev = nullptr;
-        if (!c.forwardFromRd && &at != &blocks.front()) at.next = nullptr;
-        if (!c.backFromLast) blocks.back().prev = nullptr;
-        BlkRdr rd{&at, c.rd, 0};
-        SeekBlk(rd, &blocks.front(), &blocks.back(), 3000, c.position, false);
-        EXPECT_EQ(rd.start, c.position / 100 * 100);
-        EXPECT_EQ(rd.ix, c.position % 100);
     }
 }
 

@@ -37,6 +37,7 @@
 
 namespace vfile {
 
+class BlkIndex;
 class BlkPool;
 class HFile;
 class Inflow;
@@ -515,6 +516,7 @@ private:
     struct VFILE_LOCAL BytesOf;
     struct VFILE_LOCAL Change;
     struct VFILE_LOCAL Cut;
+    struct VFILE_LOCAL Neighbours;
 
     VFILE_LOCAL void Init();
     VFILE_LOCAL bool OnOwnThread() const;
@@ -547,8 +549,8 @@ private:
     template <class Unit, class Direction>
     VFILE_LOCAL bool WordNext(std::int32_t position, bool (*isWord)(Unit));
     template <class Direction, class Unit>
-    VFILE_LOCAL bool Search(std::int32_t& position, std::span<Unit const> text, bool ignoreCase, bool wholeWord,
-                            bool (*isWord)(Unit));
+    VFILE_LOCAL bool Search(std::int32_t& position, std::span<Unit const> text, bool ignoreCase,
+                            bool wholeWord, bool (*isWord)(Unit));
     VFILE_LOCAL bool PassToEol(unsigned char& end);
     VFILE_LOCAL bool PassBackToEol();
     VFILE_LOCAL void PassLf();
@@ -563,6 +565,12 @@ private:
     // The only operations that link or unlink a block of the file.
     VFILE_LOCAL void LinkBehind(BlkDesc* block, BlkDesc* head, BlkDesc* tail);
     VFILE_LOCAL void Unlink(BlkDesc* head, BlkDesc* tail);
+
+    // The one search for the block that holds a position.
+    VFILE_LOCAL void SeekBlk(BlkRdr& rd, std::int32_t position, bool preferPrev) const;
+    VFILE_LOCAL void SeekFar(BlkRdr& rd, std::int32_t position) const;
+    VFILE_LOCAL Neighbours NeighboursOf(std::int32_t position) const;
+    VFILE_LOCAL void HandOver() const;
 
     // The only operations that move the cursor to another place or block.
     VFILE_LOCAL void MoveTo(BlkRdr const& place);
@@ -610,12 +618,14 @@ private:
     BlkDesc* first = nullptr;
     BlkDesc* last = nullptr;
     BlkRdr cur;
-    unsigned char* buf = nullptr;  // of BlkSize bytes, made on first need
-    bool bufValid = false;         // buf holds the bytes of cur.ptr
-    bool bufDirty = false;         // and is newer than its page
-    std::uint32_t owner = 0;       // thread
-    std::uint32_t birth = 0;       // fork count of the process that made it
-    std::uint32_t changes = 0;     // applied so far; wraps
+    mutable BlkIndex* index = nullptr;  // of the starts of some blocks; made by the first long walk
+    mutable std::int32_t carried = 0;   // by how much the current block has grown since the index was told
+    unsigned char* buf = nullptr;       // of BlkSize bytes, made on first need
+    bool bufValid = false;              // buf holds the bytes of cur.ptr
+    bool bufDirty = false;              // and is newer than its page
+    std::uint32_t owner = 0;            // thread
+    std::uint32_t birth = 0;            // fork count of the process that made it
+    std::uint32_t changes = 0;          // applied so far; wraps
 };
 
 // NOLINTNEXTLINE(readability-identifier-naming): the name by which the language finds it.

@@ -29,8 +29,10 @@ struct VFile::Change {
 struct VFile::Cut {
     BlkDesc* head = nullptr;
     BlkDesc* tail = nullptr;
+    std::int32_t bytes = 0;  // they had, and one that was cut into behind them
 
     void Take(BlkDesc* next) {
+        bytes += next->len;
         if (!head) head = next;
         tail = next;
     }

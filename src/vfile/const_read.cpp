@@ -8,7 +8,6 @@
 #include <cstring>
 
 #include "vfile/block.h"
-#include "vfile/seek.h"
 
 namespace vfile {
 
@@ -25,7 +24,7 @@ bool StepToNext(BlkRdr& rd) {
 void VFile::SetPosC(BlkRdr& rd, std::int32_t position) const {
     if (position < 0) return Halt(kModule, u"SetPosC", u"call error");
     rd = cur;
-    SeekBlk(rd, first, last, length, std::min(position, length), false);
+    SeekBlk(rd, std::min(position, length), false);
 }
 
 void VFile::ReadByteC(BlkRdr& rd, unsigned char& b) const {

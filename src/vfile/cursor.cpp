@@ -15,7 +15,6 @@
 #include <new>
 
 #include "vfile/block.h"
-#include "vfile/seek.h"
 
 namespace vfile {
 
@@ -26,7 +25,7 @@ void VFile::SetPos(std::int32_t position) {
         return;
     }
     BlkRdr place{cur.ptr, cur.start, 0};
-    SeekBlk(place, first, last, length, std::min(position, length), false);
+    SeekBlk(place, std::min(position, length), false);
     MoveTo(place);
     res = ResDone;
     eof = false;
@@ -50,7 +49,10 @@ void VFile::Flush() {
 }
 
 void VFile::MoveTo(BlkRdr const& place) {
-    if (place.ptr != cur.ptr) LeaveBlock();
+    if (place.ptr != cur.ptr) {
+        LeaveBlock();
+        if (carried != 0) HandOver();
+    }
     cur.ptr = place.ptr;
     cur.start = place.start;
     cur.ix = place.ix;

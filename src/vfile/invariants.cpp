@@ -6,6 +6,7 @@
 #include <cstring>
 #include <vector>
 
+#include "vfile/blk_index.h"
 #include "vfile/block.h"
 
 namespace vfile {
@@ -45,15 +46,30 @@ char const* VFileInspector::BrokenCursor(VFile const& file) {
     return nullptr;
 }
 
+// `marks` are those of the blocks before this one. What the current block carries is not told to those behind it.
+char const* VFileInspector::BrokenMark(VFile const& file, BlkDesc const& block, std::int64_t start,
+                                       std::size_t& marks) {
+    BlkIndex const* const index = file.index;
+    if (!index || marks == index->Count() || index->Block(marks) != &block) return nullptr;
+    bool const behind = index->Start(marks) > file.cur.start;
+    bool const wrong = index->Start(marks) + std::int64_t{behind ? file.carried : 0} != start;
+    ++marks;
+    return wrong ? "7: mark with another start" : nullptr;
+}
+
 char const* VFileInspector::BrokenChain(VFile const& file) {
     std::int64_t sum = 0;  // wider than the length: the sum itself must not wrap
     std::int64_t cursorStart = -1;
+    std::size_t marks = 0;
     for (BlkDesc const* block = file.first; block; block = block->next) {
         if (char const* const broken = BrokenBlock(file, *block)) return broken;
         if (block == file.cur.ptr) cursorStart = sum;
+        if (char const* const broken = BrokenMark(file, *block, sum, marks)) return broken;
         sum += block->len;
     }
     if (sum != file.length) return "3: lengths do not add up";
+    if (BlkIndex const* const index = file.index; index && marks != index->Count())
+        return "7: mark of no block";
     return cursorStart == file.cur.start ? nullptr : "4: start of the current block";
 }
 

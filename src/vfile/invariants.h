@@ -9,6 +9,8 @@
 //   5  A block with bytes has a page of its own: an address of at least 0, a multiple of BlkSize, no other
 //      block's.
 //   6  A dirty buffer is valid, and a valid buffer exists. While it is clean it says the same as the page.
+//   7  The marks of the index are blocks of the chain in its order, each with the sum of the lengths before it as its
+//      start; what the current block has grown since the index was told is missing behind it.
 #pragma once
 
 #include <vfile/virtual_file.h>
@@ -34,6 +36,7 @@ struct VFileInspector {
     static bool BufValid(VFile const& file) { return file.bufValid; }
     static bool BufDirty(VFile const& file) { return file.bufDirty; }
     static unsigned char const* Buffer(VFile const& file) { return file.buf; }
+    static BlkIndex const* Index(VFile const& file) { return file.index; }
     static VMem& Memory(VFile const& file) { return *file.mem; }
     static BlkPool& Pool(VFile const& file) { return *file.pool; }
     static void SetPosC(VFile const& file, BlkRdr& rd, std::int32_t position) { file.SetPosC(rd, position); }
@@ -44,6 +47,8 @@ struct VFileInspector {
 
     static char const* BrokenBlock(VFile const& file, BlkDesc const& block);
     static char const* BrokenCursor(VFile const& file);
+    static char const* BrokenMark(VFile const& file, BlkDesc const& block, std::int64_t start,
+                                  std::size_t& marks);
     static char const* BrokenChain(VFile const& file);
     static char const* BrokenPages(VFile const& file);
     static char const* BrokenBuffer(VFile const& file);

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "platform/platform.h"
+#include "vfile/blk_index.h"
 #include "vfile/blk_pool.h"
 #include "vfile/block.h"
 #include "vfile/thread_slots.h"
@@ -111,6 +112,7 @@ VFile::~VFile() {
         return;
     }
     pool->DisposeChain(first, last);
+    delete index;
     delete[] buf;
     CountOut();
 }
@@ -140,6 +142,8 @@ void VFile::Swap(VFile& other) {
     std::swap(first, other.first);
     std::swap(last, other.last);
     std::swap(cur, other.cur);
+    std::swap(index, other.index);
+    std::swap(carried, other.carried);
     std::swap(buf, other.buf);
     std::swap(bufValid, other.bufValid);
     std::swap(bufDirty, other.bufDirty);

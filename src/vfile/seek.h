@@ -1,17 +1,22 @@
-// The one search for the block that holds a position.
+// What a search for a position finds around it.
 #pragma once
 
 #include <vfile/virtual_file.h>
 
+#include <cstddef>
+
 namespace vfile {
 
-// Puts `rd`, which comes in at any valid place of the chain, on `position`, 0 to `length`. The walk starts
-// from the nearest of head, tail and `rd`, so that a local or sequential move takes no step or one, however
-// long the chain.
-//
-// A position on the border of two blocks gives the later one; with `preferPrev` the end of the earlier one if
-// that has room, so that an insertion there fills it and splits nothing.
-void SeekBlk(BlkRdr& rd, BlkDesc* first, BlkDesc* last, std::int32_t length, std::int32_t position,
-             bool preferPrev);
+// Two blocks with known starts, between which a position lies.
+struct VFile::Neighbours {
+    BlkRdr below;
+    BlkRdr above;
+    BlkDesc const* end;  // the mark above, null where the chain ends first
+    std::size_t marksBelow;
+
+    BlkRdr Nearest(std::int32_t position) const {
+        return position - below.start <= above.start - position ? below : above;
+    }
+};
 
 }  // namespace vfile

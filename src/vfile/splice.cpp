@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "vfile/blk_index.h"
 #include "vfile/block.h"
 #include "vfile/change.h"
 #include "vfile/private_chain.h"
@@ -29,6 +30,11 @@ bool VFile::DoChange(Change const& change, void const* piece, std::int32_t piece
     }
     Cut cut = FindCut(change.delLen - inside, chain);
 
+    HandOver();
+    if (index) {
+        std::int32_t const end = cur.start + cur.ptr->len + cut.bytes;
+        index->Replace(cur.start, end, change.insLen - change.delLen);
+    }
     if (cut.head) {
         Unlink(cut.head, cut.tail);
         DisposeBlkPtrList(cut.head, cut.tail);
@@ -73,6 +79,7 @@ VFile::Cut VFile::FindCut(std::int32_t delLen, PrivateChain& chain) {
         auto const rest = static_cast<std::int16_t>(next->len - delLen);
         if (!chain.HasRoomFor(rest)) {
             mem->CopyBytes(next->addr, next->addr + delLen, rest);
+            cut.bytes += next->len;
             next->len = rest;
             return cut;
         }
@@ -96,6 +103,7 @@ void VFile::ReleasePage(Change const& change) {
 // Puts the chain in order after the current block was edited: an empty block goes, unless it is the only one.
 void VFile::CheckCurLen() {
     BlkDesc* p = cur.ptr;
+    std::int32_t const start = cur.start;
     if (p->len > BlkSize) return Halt(kModule, u"CheckCurLen", u"cur.ptr->len > BlkSize");
     if (p->len > 0) return;
     if (cur.ix != 0) Halt(kModule, u"CheckCurLen", u"cur.ix!=0");
@@ -105,6 +113,7 @@ void VFile::CheckCurLen() {
     } else if (!MoveToPrevBlock()) {
         return;
     }
+    if (index) index->Forget(p, start);
     Unlink(p, p);
     DisposeBlkPtr(p);
 }

@@ -9,7 +9,6 @@
 #include "vfile/block.h"
 #include "vfile/change.h"
 #include "vfile/invariants.h"
-#include "vfile/seek.h"
 
 namespace vfile {
 
@@ -46,7 +45,7 @@ bool VFile::Position(Change& change) {
 // Puts the cursor where a change at `position` disturbs least, and that block into the buffer.
 void VFile::InitChange(std::int32_t position) {
     BlkRdr place{cur.ptr, cur.start, 0};
-    SeekBlk(place, first, last, length, position, true);
+    SeekBlk(place, position, true);
     MoveTo(place);
     eof = false;
     if (bufValid) return;
@@ -95,6 +94,7 @@ void VFile::EditInBuffer(Change const& change, void const* bytes) {
     cur.ptr->len = static_cast<std::int16_t>(cur.ptr->len + growth);
     bufDirty = true;
     length += growth;
+    carried += growth;
     ++changes;
     CheckCurLen();
 }
