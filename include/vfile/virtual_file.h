@@ -149,7 +149,7 @@ public:
     //   Hooks      PreChange and PostChange once for each change, with clipped values; neither when no byte
     //              comes or goes.
     //   Cost       a change inside a block with room is a move of memory. Else the blocks it touches, plus
-    //              finding `start`: a walk from the cursor or the nearer end.
+    //              finding `start`, which takes about as long in a large file as in a small one.
 
     /// By `dataLen` bytes at `data`. ResCallError: `data` null with bytes asked for.
     virtual void ReplaceBuf(std::int32_t start, std::int32_t delLen, void const* data, std::int32_t dataLen);

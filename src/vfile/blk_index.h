@@ -21,8 +21,8 @@ namespace vfile {
 class BlkIndex {
 public:
     // A mark is set every so many blocks where a walk was longer than kReach. So a file of a million blocks has some
-    // 30,000, and no walk that finds marks on both its sides passes many more than kReach.
-    static constexpr std::size_t kDistance = 32;
+    // 15,000, and no walk that finds marks on both its sides passes many more than kReach.
+    static constexpr std::size_t kDistance = 64;
     static constexpr std::size_t kReach = 2 * kDistance;
 
     std::size_t Count() const { return count; }
