@@ -93,7 +93,7 @@ TEST(TextTransfer, LoadsWhatTheMarkSays) {
     TempDir dir;
     for (std::size_t i = 0; i < rows.size(); ++i) {
         WriteWhole(dir.Bytes("file"), rows[i].bytes);
-        for (std::size_t const cut : {0, 1, 2, 5, 4099}) {
+        for (std::size_t const cut : {0u, 1u, 2u, 5u, 4099u}) {
             if (cut == 1 && rows[i].bytes.size() > 100000) continue;
             SCOPED_TRACE(testing::Message() << "row " << i << ", reads of " << cut);
             Text text;

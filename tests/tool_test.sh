@@ -131,6 +131,26 @@ fails 'vfile: many/notes.txt: no free backup name is left' '$vfile backup many/n
 fails 'vfile: missing: not found' '$vfile backup missing'
 fails 'vfile: standard input has no name*' '$vfile backup -'
 fails 'vfile: folder to folder.~: no permission' '$vfile backup folder'
+# Every encoding to every other and back, beside another converter; the mark tells, or else what was said.
+printf 'Gr\303\274\303\237e \342\202\254 \360\237\230\200\nend\n' >u8
+for enc in utf-8 utf-16 utf-16be; do
+    raw=UTF-${enc#utf-}
+    [[ $enc == utf-16 ]] && raw=UTF-16LE
+    same "iconv -f UTF-8 -t $raw u8" '$vfile convert u8 plain --from utf-8 --to '$enc' --no-bom; cat plain'
+    same '{ printf "\xEF\xBB\xBF"; cat u8; } | iconv -f UTF-8 -t '$raw '$vfile convert u8 marked --from UTF-8 --to '$enc' --bom; cat marked'
+    same 'cat u8' '$vfile convert marked back --to utf-8; cat back'
+    same 'cat u8' '$vfile convert plain back --from '$enc' --to utf-8; cat back'
+    same '{ printf "\xEF\xBB\xBF"; sed "s/\xC3\x9Fe/x/" u8; } | iconv -f UTF-8 -t '$raw \
+        '$vfile replace --text marked $(printf "\xC3\x9Fe") x -o changed >count; cat changed'
+    same 'echo 1' 'cat count'
+done
+same 'printf "Gr\xFC\xDFe \x80 ??\nend\n"' 'LC_ALL=C $vfile convert u8 ansi --from utf-8 --to ansi; cat ansi'
+fails 'vfile: missing: not found' '$vfile convert missing out2 --to utf-8'
+fails 'vfile: no/out: illegal path' '$vfile convert u8 no/out --to utf-8'
+fails "vfile: --to: *'latin' is none of *" '$vfile convert u8 out2 --to latin'
+head -c 2000000 /dev/zero | tr '\0' x >xs
+fails 'vfile: out2: disk full (removed again)' 'ulimit -f 1000; $vfile --cache 32000 convert xs out2 --to utf-8'
+nothing '' 'ls | grep out2'
 fails 'vfile: missing: not found' '$vfile info missing'
 fails 'vfile: missing: not found' '$vfile find missing x'
 fails 'vfile: standard output: disk full' '$vfile find text cat >/dev/full'

@@ -4,15 +4,18 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "backup.h"
+#include "convert.h"
 #include "exit_status.h"
 #include "line_counter.h"
 #include "report.h"
 #include "search.h"
 #include "streams.h"
+#include "text_files.h"
 
 namespace vfile::tool {
 namespace {
@@ -110,19 +113,42 @@ int Delete(Options const& options) {
 }
 
 // The count goes where the output does not.
-int Replace(Options const& options) {
+// Gives the number of matches, nothing when it failed.
+std::optional<std::int32_t> ReplaceBytes(Options const& options) {
     VFile file;
-    if (!ReadAll(file, options.file)) return kFailed;
+    if (!ReadAll(file, options.file)) return std::nullopt;
     std::int32_t const count = file.ReplaceGlobal(options.pattern.c_str(), options.replacement.c_str(),
                                                   options.ignoreCase, options.wholeWord);
-    int const status = SaveChanged(file, options);
-    if (status != kDone) return status;
+    if (SaveChanged(file, options) != kDone) return std::nullopt;
+    return count;
+}
+
+// What was read by its mark is written with it.
+std::optional<std::int32_t> ReplaceText(Options const& options) {
+    TCharVFile text;
+    std::optional<Encoding> encoding;
+    if (!ReadText(text, options.file, encoding)) return std::nullopt;
+    std::int32_t const count = text.ReplaceGlobalTChars(NameFromBytes(options.pattern).c_str(),
+                                                        NameFromBytes(options.replacement).c_str(),
+                                                        options.ignoreCase, options.wholeWord);
+    if (text.res != ResDone) {
+        ReportFailure(options.file, text.res);
+        return std::nullopt;
+    }
+    if (!WriteText(text, options.output, *encoding, *encoding != TCharVFile::EncodingAnsi))
+        return std::nullopt;
+    return count;
+}
+
+int Replace(Options const& options) {
+    auto const count = options.asText ? ReplaceText(options) : ReplaceBytes(options);
+    if (!count) return kFailed;
     VFile answer;
-    answer << count << "\n";
+    answer << *count << "\n";
     answer.Reset();
     if (options.output != kStandardStream) return StatusOf(WriteToStandardOutput(answer, MaxLen));
-    std::fprintf(stderr, "%d\n", count);
-    return status;
+    std::fprintf(stderr, "%d\n", *count);
+    return kDone;
 }
 
 void PassLines(VFile& file, std::int32_t count) {
@@ -153,6 +179,8 @@ int Run(Options const& options) {
             return Backup(options);
         case Options::Command::kInfo:
             return Info(options);
+        case Options::Command::kConvert:
+            return Convert(options);
         case Options::Command::kCut:
             return Cut(options);
         case Options::Command::kInsert:

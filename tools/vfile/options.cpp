@@ -12,6 +12,7 @@
 #include "exit_status.h"
 #include "report.h"
 #include "streams.h"
+#include "text_files.h"
 
 namespace vfile::tool {
 namespace {
@@ -94,6 +95,33 @@ CLI::App& AddCommand(CLI::App& app, Options& options, char const* name, Options:
     return *sub;
 }
 
+void AddEncoding(CLI::App& app, char const* flag, std::optional<Encoding>& encoding, char const* help) {
+    auto const store = [&encoding, flag](std::string const& given) {
+        encoding = EncodingOf(given);
+        if (!encoding) throw CLI::ValidationError(flag, "'" + given + "' is none of " + kEncodingNames);
+    };
+    app.add_option_function<std::string>(flag, store, help)->type_name("ENC");
+}
+
+void AddConvert(CLI::App& app, Options& options) {
+    CLI::App& convert = AddCommand(app, options, "convert", Options::Command::kConvert,
+                                   "Write a text file in another encoding: ansi (that of the locale),\n"
+                                   "utf-8, utf-16 (low byte first) or utf-16be");
+    convert.add_option("OUT", options.output, "the file to write; may be FILE itself")
+        ->required()
+        ->type_name("");
+    auto const to = [&options](std::string const& given) {
+        auto const encoding = EncodingOf(given);
+        if (!encoding) throw CLI::ValidationError("--to", "'" + given + "' is none of " + kEncodingNames);
+        options.toEncoding = *encoding;
+    };
+    convert.add_option_function<std::string>("--to", to, "encoding of OUT")->required()->type_name("ENC");
+    AddEncoding(convert, "--from", options.fromEncoding,
+                "encoding of FILE; else its mark tells, and without one it is ansi");
+    convert.add_flag("--bom,!--no-bom", options.mark,
+                     "begin OUT with the encoding's mark, or do not; else utf-16 and utf-16be have one");
+}
+
 void AddCommands(CLI::App& app, Options& options) {
     using Command = Options::Command;
     AddCommand(app, options, "info", Command::kInfo,
@@ -101,6 +129,8 @@ void AddCommands(CLI::App& app, Options& options) {
 
     AddCommand(app, options, "backup", Command::kBackup,
                "Copy a file to its next free backup name, and print that name");
+
+    AddConvert(app, options);
 
     CLI::App& cut =
         AddCommand(app, options, "cut", Command::kCut, "Write a range of a file to standard output");
@@ -139,6 +169,8 @@ void AddCommands(CLI::App& app, Options& options) {
     AddSearch(replace, options);
     replace.add_option("REPLACEMENT", options.replacement, "what takes its place")->required()->type_name("");
     AddEscapes(replace, options);
+    replace.add_flag("--text", options.asText,
+                     "work in characters, on a file of any encoding that its mark tells (ansi without one)");
     AddOutput(replace, options);
 
     CLI::App& lines = AddCommand(app, options, "lines", Command::kLines, "Write lines to standard output");

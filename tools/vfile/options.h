@@ -1,6 +1,8 @@
 // What the user asked for.
 #pragma once
 
+#include <vfile.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -8,7 +10,7 @@
 namespace vfile::tool {
 
 struct Options {
-    enum class Command { kBackup, kInfo, kCut, kInsert, kDelete, kFind, kReplace, kLines };
+    enum class Command { kBackup, kInfo, kConvert, kCut, kInsert, kDelete, kFind, kReplace, kLines };
 
     Command command = Command::kInfo;
     std::string file;    // read whole; "-" is standard input
@@ -25,6 +27,11 @@ struct Options {
     bool back = false;
     bool count = false;
     std::optional<std::int32_t> start;  // of the search; without it the whole file is searched
+
+    TCharVFile::Encoding toEncoding = TCharVFile::EncodingUtf8;
+    std::optional<TCharVFile::Encoding> fromEncoding;  // without it the mark tells
+    std::optional<bool> mark;                          // without it the encoding tells
+    bool asText = false;                               // replace characters, in a file of any encoding
 
     std::int32_t firstLine = 1;
     std::int32_t lastLine = 1;

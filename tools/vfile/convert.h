@@ -1,0 +1,10 @@
+#pragma once
+
+#include "options.h"
+
+namespace vfile::tool {
+
+// Gives the exit status.
+int Convert(Options const& options);
+
+}  // namespace vfile::tool
