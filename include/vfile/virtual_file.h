@@ -536,9 +536,11 @@ private:
     template <class T>
     VFILE_LOCAL VFile& WriteDigits(T value);
 
-    // Reads by runs: the bytes of the buffer from the cursor to the end of its block.
-    VFILE_LOCAL std::span<unsigned char const> RunAhead(unsigned char& lone);
-    VFILE_LOCAL std::span<unsigned char const> RunBehind(unsigned char& lone);
+    // Reads by runs: the bytes from the cursor to the end of its block.
+    enum BlockUse { kLoaded, kInPlace };
+    VFILE_LOCAL std::span<unsigned char const> RunAhead(BlockUse use);
+    VFILE_LOCAL std::span<unsigned char const> RunBehind(BlockUse use);
+    VFILE_LOCAL unsigned char const* BlockBytes(BlockUse use);
     VFILE_LOCAL void MoveInBlock(std::ptrdiff_t bytes);
 
     // Search and lines.

@@ -34,6 +34,7 @@ concept VMemValue = ByteChar<T> || WholeNumber<T, 2> || std::same_as<T, TChar> |
     (std::same_as<T, long double> && sizeof(long double) == 8);
 
 class Cache;
+class VFile;
 class SwapFile;
 struct CacheDesc;
 
@@ -130,6 +131,7 @@ public:
     void WriteStatus() const {}
 
 private:
+    friend class VFile;
     friend struct VMemInspector;  // looks at everything and changes nothing; for the checks and the tests
 
     // The free chunks lie in lists that run through the virtual memory itself, last in, first out. Offset 0
@@ -147,6 +149,7 @@ private:
     //   A3  Free chunks lie wholly below maxAddress, which is not negative, and share no byte.
     static constexpr int kTopList = 16;
 
+    VFILE_LOCAL unsigned char const* PageAt(std::int32_t addr);
     CacheDesc& FindPage(std::int32_t addr);
     CacheDesc& FindPageToOverwrite(std::int32_t addr);
     CacheDesc& FindOutsideTable(std::int32_t addr, bool load);

@@ -25,8 +25,7 @@ std::int32_t TCharVFile::ReadLine(TChar* dst, std::int32_t size) {
 // Reads on in one run, or one unit that lies across two, and keeps what there is room for. `end` is the last unit
 // read. False: the text has ended.
 bool TCharVFile::ReadToEol(TChar* dst, std::int32_t room, std::int32_t& stored, TChar& end) {
-    unsigned char lone;
-    auto const run = RunAhead(lone);
+    auto const run = RunAhead(kLoaded);
     if (run.size() < sizeof end) {
         ReadBytes(&end, sizeof end);
         if (eof) end = 0;

@@ -19,8 +19,7 @@ constexpr unsigned char kLf = '\n';
 // Reads on until a byte of a line end has been read, which is given in `end`. False: the end of the file came first.
 bool VFile::PassToEol(unsigned char& end) {
     for (;;) {
-        unsigned char lone;
-        auto const run = RunAhead(lone);
+        auto const run = RunAhead(kLoaded);
         if (run.empty()) {
             eof = true;
             return false;
@@ -38,8 +37,7 @@ bool VFile::PassToEol(unsigned char& end) {
 // Reads back until a byte of a line end has been read. False: the start of the file came first.
 bool VFile::PassBackToEol() {
     for (;;) {
-        unsigned char lone;
-        auto const run = RunBehind(lone);
+        auto const run = RunBehind(kLoaded);
         if (run.empty()) {
             eof = true;
             return false;
@@ -148,8 +146,7 @@ std::int32_t VFile::LineIndent(std::int32_t position) {
     std::int32_t const start = LineStart(position);
     SetPos(start);
     for (;;) {
-        unsigned char lone;
-        auto const run = RunAhead(lone);
+        auto const run = RunAhead(kLoaded);
         if (run.empty()) {
             eof = true;
             return pos - start;
@@ -169,8 +166,7 @@ int VFile::ReadLine(char* dst, std::int32_t size) {
     }
     std::int32_t stored = 0;
     for (;;) {
-        unsigned char lone;
-        auto const run = RunAhead(lone);
+        auto const run = RunAhead(kLoaded);
         if (run.empty()) {
             eof = true;
             break;

@@ -7,25 +7,28 @@
 
 namespace vfile {
 
-// The bytes from the cursor to the end of its block, none at the end of the file. Without memory for the buffer
-// it is one byte, in `lone`.
-std::span<unsigned char const> VFile::RunAhead(unsigned char& lone) {
+// The bytes from the cursor to the end of its block, none at the end of the file.
+std::span<unsigned char const> VFile::RunAhead(BlockUse use) {
     while (cur.ix >= cur.ptr->len) {
         if (!MoveToNextBlock()) return {};
     }
-    if (LoadBlock()) return {buf + cur.ix, buf + cur.ptr->len};
-    mem->Get(cur.ptr->addr + cur.ix, &lone, 1);
-    return {&lone, 1};
+    unsigned char const* const block = BlockBytes(use);
+    return {block + cur.ix, block + cur.ptr->len};
 }
 
 // The bytes from the start of the block to the cursor, none at the start of the file.
-std::span<unsigned char const> VFile::RunBehind(unsigned char& lone) {
+std::span<unsigned char const> VFile::RunBehind(BlockUse use) {
     while (cur.ix <= 0) {
         if (!MoveToPrevBlock()) return {};
     }
-    if (LoadBlock()) return {buf, buf + cur.ix};
-    mem->Get(cur.ptr->addr + cur.ix - 1, &lone, 1);
-    return {&lone, 1};
+    unsigned char const* const block = BlockBytes(use);
+    return {block, block + cur.ix};
+}
+
+// The bytes of the current block. Whoever comes back to it loads it into the buffer; whoever reads all of it once looks
+// at them where they lie, until the memory is used again. So does one who has no memory for the buffer.
+unsigned char const* VFile::BlockBytes(BlockUse use) {
+    return bufValid || (use == kLoaded && LoadBlock()) ? buf : mem->PageAt(cur.ptr->addr);
 }
 
 // Counts bytes of a run as read.

@@ -30,8 +30,7 @@ template <class Unit, class Direction, class Fold>
 bool VFile::Scan(Pattern<Unit, Direction, Fold> const& pattern) {
     std::size_t matched = 0;
     while (matched < pattern.Length()) {
-        Byte lone;
-        auto const run = Direction::kStep > 0 ? RunAhead(lone) : RunBehind(lone);
+        auto const run = Direction::kStep > 0 ? RunAhead(kInPlace) : RunBehind(kInPlace);
         if (run.size() >= sizeof(Unit)) {
             auto const bytes = static_cast<std::ptrdiff_t>(pattern.ReadRun(run, matched) * sizeof(Unit));
             MoveInBlock(Direction::kStep * bytes);

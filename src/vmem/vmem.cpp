@@ -127,6 +127,11 @@ void VMem::Get(std::int32_t addr, void* buf, std::int16_t len) {
     }
 }
 
+// The bytes of the page at `addr`, a multiple of kPageSize, where they lie. They stay there until the next operation.
+unsigned char const* VMem::PageAt(std::int32_t addr) {
+    return reinterpret_cast<unsigned char const*>(FindPage(addr).data);
+}
+
 void VMem::Set(std::int32_t addr, void const* buf, std::int16_t len) {
     if (len == 0 || !AdmitRange(u"Set", addr, buf, len)) return;
     auto const* src = static_cast<std::byte const*>(buf);
