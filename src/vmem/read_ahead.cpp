@@ -19,7 +19,8 @@ bool ReadAhead::Fetch(platform::Handle file, std::int64_t fileSize, std::int32_t
         std::int64_t const from = up ? addr : std::max<std::int64_t>(end - kRunBytes, 0);
         if (!Fill(*run, file, static_cast<std::int32_t>(from), end)) return false;
     }
-    std::memmove(dst, run->At(addr), kPageSize);  // a call: a copy that the compiler expands in place is slower
+    // A call: a copy that the compiler expands in place is slower.
+    std::memmove(dst, run->At(addr), kPageSize);
     run->lastUse = ++clock;
     return true;
 }
