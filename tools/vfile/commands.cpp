@@ -6,12 +6,12 @@
 #include <cstdio>
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "backup.h"
 #include "convert.h"
 #include "exit_status.h"
 #include "line_counter.h"
+#include "marks.h"
 #include "report.h"
 #include "search.h"
 #include "streams.h"
@@ -27,34 +27,17 @@ void Apply(Options const& options) {
     if (!options.tempDir.empty()) VFile::SetTempDir(NameFromBytes(options.tempDir).c_str());
 }
 
-// The encoding that the first bytes of `file` announce, null when they announce none.
-char const* MarkOf(VFile& file) {
-    static constexpr struct {
-        std::string_view bytes;
-        char const* name;
-    } kMarks[] = {
-        {"\xEF\xBB\xBF", "UTF-8"                  },
-        {"\xFF\xFE",     "UTF-16, low byte first" },
-        {"\xFE\xFF",     "UTF-16, high byte first"}
-    };
-    char start[4];
-    auto const got = static_cast<std::size_t>(file.ReadTxt(start, sizeof start, 0, sizeof start));
-    for (auto const& mark : kMarks) {
-        if (std::string_view(start, got).starts_with(mark.bytes)) return mark.name;
-    }
-    return nullptr;
-}
-
 // A last line without an end counts, an empty one behind the last line end does not.
 void TellLines(VFile& answer, VFile& file) {
-    LineCounter counter(file);
+    using Counter = LineCounter<VFile>;
+    Counter counter(file);
     counter.GoTo(file.Length());
     std::int32_t const ended = counter.Line() - 1;
     answer << "lines    " << (counter.LineStart() < file.Length() ? ended + 1 : ended) << "\n";
     if (ended > 0) {
         static constexpr char const* kNames[] = {" LF", " CR LF", " CR"};
         char const* before = "ends     ";
-        for (auto const kind : {LineCounter::kLf, LineCounter::kCrLf, LineCounter::kCr}) {
+        for (auto const kind : {Counter::kLf, Counter::kCrLf, Counter::kCr}) {
             if (counter.Ends(kind) == 0) continue;
             answer << before << counter.Ends(kind) << kNames[kind];
             before = ", ";
@@ -72,7 +55,10 @@ int Info(Options const& options) {
     VFile answer;
     answer << "name     " << options.file.c_str() << "\nbytes    " << file.Length();
     answer << (file.Length() == 0 ? " (empty)\n" : "\n");
-    if (char const* const mark = MarkOf(file)) answer << "mark     " << mark << "\n";
+    char start[kMarkBytes];
+    file.Reset();
+    auto const got = static_cast<std::size_t>(file.ReadBytes(start, kMarkBytes));
+    if (Mark const* const mark = MarkAt({start, got})) answer << "mark     " << mark->name << "\n";
     TellLines(answer, file);
     answer.Reset();
     return StatusOf(WriteToStandardOutput(answer, MaxLen));
@@ -112,7 +98,6 @@ int Delete(Options const& options) {
     return SaveChanged(file, options);
 }
 
-// The count goes where the output does not.
 // Gives the number of matches, nothing when it failed.
 std::optional<std::int32_t> ReplaceBytes(Options const& options) {
     VFile file;
@@ -123,11 +108,11 @@ std::optional<std::int32_t> ReplaceBytes(Options const& options) {
     return count;
 }
 
-// What was read by its mark is written with it.
+// Written as it was read.
 std::optional<std::int32_t> ReplaceText(Options const& options) {
     TCharVFile text;
-    std::optional<Encoding> encoding;
-    if (!ReadText(text, options.file, encoding)) return std::nullopt;
+    auto const form = ReadText(text, options.file, options.fromEncoding);
+    if (!form) return std::nullopt;
     std::int32_t const count = text.ReplaceGlobalTChars(NameFromBytes(options.pattern).c_str(),
                                                         NameFromBytes(options.replacement).c_str(),
                                                         options.ignoreCase, options.wholeWord);
@@ -135,11 +120,11 @@ std::optional<std::int32_t> ReplaceText(Options const& options) {
         ReportFailure(options.file, text.res);
         return std::nullopt;
     }
-    if (!WriteText(text, options.output, *encoding, *encoding != TCharVFile::EncodingAnsi))
-        return std::nullopt;
+    if (!WriteText(text, options.output, *form)) return std::nullopt;
     return count;
 }
 
+// The count goes where the output does not.
 int Replace(Options const& options) {
     auto const count = options.asText ? ReplaceText(options) : ReplaceBytes(options);
     if (!count) return kFailed;

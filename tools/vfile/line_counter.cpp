@@ -1,31 +1,34 @@
 #include "line_counter.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace vfile::tool {
 
-void LineCounter::GoTo(std::int32_t position) {
-    unsigned char piece[64 << 10];
-    file_.SetPos(at_);
+template <class File>
+void LineCounter<File>::GoTo(std::int32_t position) {
+    Char piece[(64 << 10) / sizeof(Char)];
+    tool::GoTo(file_, at_);
     while (at_ < position) {
-        std::int32_t const got = file_.ReadBytes(piece, std::min<std::int32_t>(sizeof piece, position - at_));
+        std::int32_t const got =
+            ReadOn(file_, piece, std::min(static_cast<std::int32_t>(std::size(piece)), position - at_));
         if (got == 0) break;
         Pass(piece, got);
     }
     if (!afterCr_) return;
-    unsigned char next;
-    file_.ReadByte(next);
-    if (next == '\n') return;
+    Char next;
+    if (ReadOn(file_, &next, 1) == 1 && next == '\n') return;
     afterCr_ = false;
     EndLine(kCr, at_ - 1, at_);
 }
 
-void LineCounter::Pass(unsigned char const* bytes, std::int32_t count) {
-    for (unsigned char const* const end = bytes + count; bytes < end; ++bytes, ++at_) {
-        if (*bytes > '\r' && !afterCr_) continue;
+template <class File>
+void LineCounter<File>::Pass(Char const* chars, std::int32_t count) {
+    for (Char const* const end = chars + count; chars < end; ++chars, ++at_) {
+        if (*chars > '\r' && !afterCr_) continue;
         bool const behindCr = afterCr_;
-        afterCr_ = *bytes == '\r';
-        if (*bytes == '\n') {
+        afterCr_ = *chars == '\r';
+        if (*chars == '\n') {
             EndLine(behindCr ? kCrLf : kLf, behindCr ? at_ - 1 : at_, at_ + 1);
         } else if (behindCr) {
             EndLine(kCr, at_ - 1, at_);
@@ -33,7 +36,8 @@ void LineCounter::Pass(unsigned char const* bytes, std::int32_t count) {
     }
 }
 
-void LineCounter::EndLine(End kind, std::int32_t contentEnd, std::int32_t next) {
+template <class File>
+void LineCounter<File>::EndLine(End kind, std::int32_t contentEnd, std::int32_t next) {
     ++ends_[kind];
     if (contentEnd - lineStart_ > longest_) {
         longest_ = contentEnd - lineStart_;
@@ -43,8 +47,17 @@ void LineCounter::EndLine(End kind, std::int32_t contentEnd, std::int32_t next) 
     ++line_;
 }
 
-std::int32_t LineCounter::Longest() const { return std::max(longest_, at_ - lineStart_); }
+template <class File>
+std::int32_t LineCounter<File>::Longest() const {
+    return std::max(longest_, at_ - lineStart_);
+}
 
-std::int32_t LineCounter::LongestLine() const { return at_ - lineStart_ > longest_ ? line_ : longestLine_; }
+template <class File>
+std::int32_t LineCounter<File>::LongestLine() const {
+    return at_ - lineStart_ > longest_ ? line_ : longestLine_;
+}
+
+template class LineCounter<VFile>;
+template class LineCounter<TCharVFile>;
 
 }  // namespace vfile::tool

@@ -1,19 +1,21 @@
-// Counts the lines of a file on the way through it, each byte once.
+// Counts the lines of a file on the way through it, each character once.
 #pragma once
-
-#include <vfile.h>
 
 #include <array>
 #include <cstdint>
 
+#include "sequence.h"
+
 namespace vfile::tool {
 
+// `File` is VFile or TCharVFile; places and lengths are in its characters.
+template <class File>
 class LineCounter {
 public:
     enum End { kLf, kCrLf, kCr };
 
-    // Starts at a byte of `file` that counts as the start of line 1. Uses the cursor of `file`, which must outlive it.
-    explicit LineCounter(VFile& file, std::int32_t from = 0) : file_(file), at_(from), lineStart_(from) {}
+    // Starts at a place of `file` that counts as the start of line 1. Uses the cursor of `file`, which must outlive it.
+    explicit LineCounter(File& file, std::int32_t from = 0) : file_(file), at_(from), lineStart_(from) {}
 
     // Goes on to `position`, which does not lie before the last one.
     void GoTo(std::int32_t position);
@@ -29,10 +31,12 @@ public:
     std::int32_t LongestLine() const;
 
 private:
-    void Pass(unsigned char const* bytes, std::int32_t count);
+    using Char = CharOf<File>;
+
+    void Pass(Char const* chars, std::int32_t count);
     void EndLine(End kind, std::int32_t contentEnd, std::int32_t next);
 
-    VFile& file_;
+    File& file_;
     std::int32_t at_;
     std::int32_t lineStart_;
     std::int32_t line_ = 1;
@@ -41,5 +45,8 @@ private:
     std::int32_t longest_ = 0;
     std::int32_t longestLine_ = 1;
 };
+
+extern template class LineCounter<VFile>;
+extern template class LineCounter<TCharVFile>;
 
 }  // namespace vfile::tool

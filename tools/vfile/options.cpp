@@ -95,12 +95,23 @@ CLI::App& AddCommand(CLI::App& app, Options& options, char const* name, Options:
     return *sub;
 }
 
-void AddEncoding(CLI::App& app, char const* flag, std::optional<Encoding>& encoding, char const* help) {
+CLI::Option& AddEncoding(CLI::App& app, char const* flag, std::optional<Encoding>& encoding,
+                         char const* help) {
     auto const store = [&encoding, flag](std::string const& given) {
         encoding = EncodingOf(given);
         if (!encoding) throw CLI::ValidationError(flag, "'" + given + "' is none of " + kEncodingNames);
     };
-    app.add_option_function<std::string>(flag, store, help)->type_name("ENC");
+    return *app.add_option_function<std::string>(flag, store, help)->type_name("ENC");
+}
+
+// For what works on bytes unless told to see characters.
+void AddText(CLI::App& app, Options& options) {
+    CLI::Option* const text =
+        app.add_flag("--text", options.asText,
+                     "work in characters, on a file of any encoding that its mark tells (ansi without one)");
+    AddEncoding(app, "--encoding", options.fromEncoding,
+                "with --text: the encoding of FILE, whatever its mark")
+        .needs(text);
 }
 
 void AddConvert(CLI::App& app, Options& options) {
@@ -157,6 +168,7 @@ void AddCommands(CLI::App& app, Options& options) {
         "may have * and ? in its name for several files, whose names then come first");
     AddSearch(find, options);
     AddEscapes(find, options);
+    AddText(find, options);
     find.add_flag("--back", options.back, "search backward, from the end");
     find.add_flag("--count", options.count, "print the number of matches alone");
     auto const start = [&options](std::string const& given) {
@@ -169,8 +181,7 @@ void AddCommands(CLI::App& app, Options& options) {
     AddSearch(replace, options);
     replace.add_option("REPLACEMENT", options.replacement, "what takes its place")->required()->type_name("");
     AddEscapes(replace, options);
-    replace.add_flag("--text", options.asText,
-                     "work in characters, on a file of any encoding that its mark tells (ansi without one)");
+    AddText(replace, options);
     AddOutput(replace, options);
 
     CLI::App& lines = AddCommand(app, options, "lines", Command::kLines, "Write lines to standard output");

@@ -31,7 +31,7 @@ struct Options {
     TCharVFile::Encoding toEncoding = TCharVFile::EncodingUtf8;
     std::optional<TCharVFile::Encoding> fromEncoding;  // without it the mark tells
     std::optional<bool> mark;                          // without it the encoding tells
-    bool asText = false;                               // replace characters, in a file of any encoding
+    bool asText = false;                               // search characters, in a file of any encoding
 
     std::int32_t firstLine = 1;
     std::int32_t lastLine = 1;

@@ -9,6 +9,7 @@
 #include "file_names.h"
 #include "line_counter.h"
 #include "streams.h"
+#include "text_files.h"
 
 namespace vfile::tool {
 namespace {
@@ -42,15 +43,16 @@ private:
 
 // The line of one match after the other, in one pass: upwards with the search; for a search downwards once up to the
 // first match, and from there line by line back.
+template <class File>
 class MatchLines {
 public:
-    explicit MatchLines(VFile& file, bool back) : file_(file), counter_(file), back_(back) {}
+    explicit MatchLines(File& file, bool back) : file_(file), counter_(file), back_(back) {}
 
     void GoTo(std::int32_t position) {
         if (back_ && line_ > 0) {
-            LineCounter between(file_, position);
+            LineCounter<File> between(file_, position);
             between.GoTo(last_);
-            if (between.Line() > 1) start_ = file_.LineStart(position);
+            if (between.Line() > 1) start_ = LineStartOf(file_, position);
             line_ -= between.Line() - 1;
         } else {
             counter_.GoTo(position);
@@ -63,8 +65,8 @@ public:
     std::int32_t Column() const { return last_ - start_ + 1; }
 
 private:
-    VFile& file_;
-    LineCounter counter_;
+    File& file_;
+    LineCounter<File> counter_;
     bool back_;
     std::int32_t last_ = 0;
     std::int32_t line_ = 0;  // none yet
@@ -73,15 +75,14 @@ private:
 
 constexpr std::int32_t kNoAnswer = -1;
 
-// Gives the number of matches.
-std::int32_t FindIn(VFile& file, Options const& options, Answer& answer) {
-    auto const search = options.back ? &VFile::FindBack : &VFile::Find;
-    auto const patternLen = static_cast<std::int32_t>(options.pattern.size());
+// Gives the number of matches. `search` is one step of either direction, and moves the position that it is given.
+template <class File, class Search>
+std::int32_t FindIn(File& file, std::int32_t patternLen, Search&& search, Options const& options,
+                    Answer& answer) {
     std::int32_t position = options.start.value_or(options.back ? MaxLen : 0);
     std::int32_t count = 0;
-    MatchLines lines(file, options.back);
-    while (answer.Good() &&
-           (file.*search)(position, options.pattern.c_str(), options.ignoreCase, options.wholeWord)) {
+    MatchLines<File> lines(file, options.back);
+    while (answer.Good() && search(position)) {
         ++count;
         if (options.count) continue;
         std::int32_t const start = options.back ? position : position - patternLen;
@@ -92,6 +93,27 @@ std::int32_t FindIn(VFile& file, Options const& options, Answer& answer) {
     return count;
 }
 
+std::int32_t FindBytes(std::string const& name, Options const& options, Answer& answer) {
+    VFile file;
+    if (!ReadAll(file, name)) return kNoAnswer;
+    auto const step = options.back ? &VFile::FindBack : &VFile::Find;
+    auto const search = [&](std::int32_t& position) {
+        return (file.*step)(position, options.pattern.c_str(), options.ignoreCase, options.wholeWord);
+    };
+    return FindIn(file, static_cast<std::int32_t>(options.pattern.size()), search, options, answer);
+}
+
+std::int32_t FindText(std::string const& name, Options const& options, Answer& answer) {
+    TCharVFile text;
+    if (!ReadText(text, name, options.fromEncoding)) return kNoAnswer;
+    TString const pattern = NameFromBytes(options.pattern);
+    auto const search = [&](std::int32_t& position) {
+        return options.back ? text.FindBackTChars(position, pattern, options.ignoreCase, options.wholeWord)
+                            : text.FindTChars(position, pattern, options.ignoreCase, options.wholeWord);
+    };
+    return FindIn(text, static_cast<std::int32_t>(pattern.size()), search, options, answer);
+}
+
 }  // namespace
 
 int Find(Options const& options) {
@@ -100,8 +122,7 @@ int Find(Options const& options) {
     bool found = false;
     for (std::string const& name : files) {
         Answer answer(files.size() > 1 ? name + ":" : std::string());
-        VFile file;
-        std::int32_t const count = ReadAll(file, name) ? FindIn(file, options, answer) : kNoAnswer;
+        std::int32_t const count = (options.asText ? FindText : FindBytes)(name, options, answer);
         failed = failed || count == kNoAnswer || !answer.Flush();
         found = found || count > 0;
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "marks.h"
 #include "report.h"
 #include "streams.h"
 
@@ -10,8 +11,16 @@ namespace {
 
 // Text is loaded and saved by name, in steps of the library's own.
 bool HasName(std::string const& name) {
-    if (name == kStandardStream) ReportText("text is converted from file to file: '-' is not one");
+    if (name == kStandardStream) ReportText("text is read from files and written to files: '-' is not one");
     return name != kStandardStream;
+}
+
+bool BeginsWithMarkOf(Encoding encoding, TString const& name) {
+    HFile file;
+    char start[kMarkBytes];
+    if (!file.OpenSeqRead(name.c_str())) return false;
+    Mark const* const mark = MarkAt({start, static_cast<std::size_t>(file.ReadBytes(start, kMarkBytes))});
+    return mark && mark->encoding == encoding;
 }
 
 }  // namespace
@@ -26,25 +35,29 @@ std::optional<Encoding> EncodingOf(std::string name) {
     return std::nullopt;
 }
 
-bool ReadText(TCharVFile& text, std::string const& name, std::optional<Encoding>& encoding) {
-    if (!HasName(name)) return false;
+std::optional<TextForm> ReadText(TCharVFile& text, std::string const& name, std::optional<Encoding> known) {
+    if (!HasName(name)) return std::nullopt;
     TString const units = NameFromBytes(name);
-    if (encoding) {
-        text.LoadTextAs(units, *encoding, 1);
+    TextForm form{known.value_or(TCharVFile::EncodingAnsi), false};
+    if (known) {
+        text.LoadTextAs(units, *known, 1);
+        form.mark = BeginsWithMarkOf(*known, units);
     } else {
-        text.LoadText(units, encoding.emplace(), 1);
+        text.LoadText(units, form.encoding, 1);
+        form.mark = form.encoding != TCharVFile::EncodingAnsi;
     }
-    if (text.res != ResDone) ReportFailure(name, text.res);
-    return text.res == ResDone;
+    if (text.res == ResDone) return form;
+    ReportFailure(name, text.res);
+    return std::nullopt;
 }
 
-bool WriteText(TCharVFile& text, std::string const& name, Encoding encoding, bool mark) {
+bool WriteText(TCharVFile& text, std::string const& name, TextForm form) {
     if (!HasName(name)) return false;
     TString const units = NameFromBytes(name);
     bool const wasThere = HFile::Exists(units.c_str());
     {
         Incomplete const incomplete(name);
-        text.SaveText(units, true, encoding, mark);
+        text.SaveText(units, true, form.encoding, form.mark);
     }
     FileRes const res = text.res;
     if (res == ResDone) return true;

@@ -14,10 +14,16 @@ using Encoding = TCharVFile::Encoding;
 std::optional<Encoding> EncodingOf(std::string name);
 inline constexpr char kEncodingNames[] = "ansi, utf-8, utf-16 or utf-16be";
 
-// Loads `name`. `encoding`, when it holds nothing, becomes what the mark says: without one, the locale's.
-bool ReadText(TCharVFile& text, std::string const& name, std::optional<Encoding>& encoding);
+// How a text lay in its file.
+struct TextForm {
+    Encoding encoding;
+    bool mark;
+};
+
+// Loads `name`, whose encoding is `known`, or else what its mark says: without one, the locale's.
+std::optional<TextForm> ReadText(TCharVFile& text, std::string const& name, std::optional<Encoding> known);
 
 // Makes the text the content of `name`. A file that was not there and cannot be written whole is removed again.
-bool WriteText(TCharVFile& text, std::string const& name, Encoding encoding, bool mark);
+bool WriteText(TCharVFile& text, std::string const& name, TextForm form);
 
 }  // namespace vfile::tool
