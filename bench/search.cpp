@@ -11,6 +11,7 @@
 
 #include "support/host_files.h"
 #include "support/library.h"
+#include "support/process.h"
 #include "support/run.h"
 #include "support/samples.h"
 
@@ -189,6 +190,7 @@ void MeasureReplace(Context const& context, Figures& figures) {
     auto const step = [&](std::string const& target, auto const& work) {
         Remove(target);
         SyncDisk(context.directory);
+        WakeMemory(2 * context.bytes);  // the swap file, with room for split blocks, and the target
         return work();
     };
     auto const replace = [&] {

@@ -67,7 +67,7 @@ struct Names {
 template <class Work>
 double Step(Context const& context, Work&& work) {
     SyncDisk(context.directory);
-    WakeMemory(context.bytes);
+    WakeMemory(2 * context.bytes + context.bytes / 8);  // a text takes up to twice its file
     ForgetPeak();
     return Seconds(work);
 }

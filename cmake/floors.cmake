@@ -8,6 +8,7 @@ function(vfile_common_options target)
     set_target_properties(${target} PROPERTIES
         CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON POSITION_INDEPENDENT_CODE ON)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+    target_compile_options(${target} PRIVATE -fno-plt)  # memchr and memcpy are called for every line of a file
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         target_compile_options(${target} PRIVATE -fno-gnu-unique)  # a unique symbol would forbid unloading
     endif()

@@ -554,6 +554,7 @@ private:
     VFILE_LOCAL bool Search(std::int32_t& position, std::span<Unit const> text, bool ignoreCase,
                             bool wholeWord, bool (*isWord)(Unit));
     VFILE_LOCAL bool PassToEol(unsigned char& end);
+    VFILE_LOCAL std::size_t BytesOfLine(std::span<unsigned char const> run);
     VFILE_LOCAL bool PassBackToEol();
     VFILE_LOCAL void PassLf();
     int ReadMappingEol(unsigned char& b);
@@ -628,6 +629,11 @@ private:
     std::uint32_t owner = 0;            // thread
     std::uint32_t birth = 0;            // fork count of the process that made it
     std::uint32_t changes = 0;          // applied so far; wraps
+    struct {
+        BlkDesc const* block = nullptr;
+        std::uint32_t changes = 0;
+        bool found = false;
+    } crCheck;  // whether the block that ReadLine looked at last held a CR, after so many changes
 };
 
 // NOLINTNEXTLINE(readability-identifier-naming): the name by which the language finds it.

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "text/eol_units.h"
+#include "vfile/runs.h"
 
 namespace vfile {
 

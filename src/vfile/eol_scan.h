@@ -25,14 +25,17 @@ inline bool GroupHasEol(unsigned char const* group) {
 
 }  // namespace eol_scan
 
+// The bytes before the first `byte`, all when there is none.
+inline std::size_t BytesBefore(unsigned char byte, std::span<unsigned char const> run) {
+    void const* const found = std::memchr(run.data(), byte, run.size());
+    return found ? static_cast<std::size_t>(static_cast<unsigned char const*>(found) - run.data())
+                 : run.size();
+}
+
 // The bytes before the first byte of a line end, all when there is none. Two library scans, the second over what is
 // left of the first: a line is short, and they are faster than any loop here.
 inline std::size_t BytesBeforeEol(std::span<unsigned char const> run) {
-    auto const before = [run](int eol, std::size_t size) {
-        void const* const found = std::memchr(run.data(), eol, size);
-        return found ? static_cast<std::size_t>(static_cast<unsigned char const*>(found) - run.data()) : size;
-    };
-    return before('\r', before('\n', run.size()));
+    return BytesBefore('\r', run.first(BytesBefore('\n', run)));
 }
 
 // The bytes behind the last byte of a line end, all when there is none.

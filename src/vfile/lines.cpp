@@ -8,6 +8,7 @@
 
 #include "vfile/block.h"
 #include "vfile/eol_scan.h"
+#include "vfile/runs.h"
 
 namespace vfile {
 
@@ -15,6 +16,16 @@ namespace {
 constexpr unsigned char kCr = '\r';
 constexpr unsigned char kLf = '\n';
 }  // namespace
+
+// The bytes of `run`, which begins at the cursor, before a line end. Lines are read one after the other, and most files
+// hold no CR: each block is asked for one only once.
+std::size_t VFile::BytesOfLine(std::span<unsigned char const> run) {
+    if (crCheck.block != cur.ptr || crCheck.changes != changes) {
+        void const* const cr = std::memchr(run.data() - cur.ix, kCr, static_cast<std::size_t>(cur.ptr->len));
+        crCheck = {cur.ptr, changes, cr != nullptr};
+    }
+    return crCheck.found ? BytesBeforeEol(run) : BytesBefore(kLf, run);
+}
 
 // Reads on until a byte of a line end has been read, which is given in `end`. False: the end of the file came first.
 bool VFile::PassToEol(unsigned char& end) {
@@ -171,7 +182,7 @@ int VFile::ReadLine(char* dst, std::int32_t size) {
             eof = true;
             break;
         }
-        std::size_t const n = BytesBeforeEol(run);
+        std::size_t const n = BytesOfLine(run);
         auto const kept = std::min(static_cast<std::int32_t>(n), size - 1 - stored);
         std::memcpy(dst + stored, run.data(), static_cast<std::size_t>(kept));
         stored += kept;

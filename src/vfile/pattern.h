@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <span>
 #include <type_traits>
 
@@ -60,7 +61,8 @@ public:
     explicit Pattern(std::span<Unit const> units)
         : text(units),
           reach(std::min(units.size() - 1, kReach)),
-          anchors{AnchorAt(0), AnchorAt(reach / 2), AnchorAt(reach)} {}
+          anchors{AnchorIn(0, reach / 3), AnchorIn(reach / 3, 2 * reach / 3),
+                  AnchorIn(2 * reach / 3, reach)} {}
 
     std::size_t Length() const { return text.size(); }
 
@@ -83,8 +85,10 @@ private:
     static constexpr std::size_t kGroup = 32;  // words; fewer are unrolled before they can become vectors
 
     // A match is looked for by three of its units, all so near to its first one that at the end of a run few places are
-    // left that have to be looked at one by one, however long the pattern.
+    // left that have to be looked at one by one, however long the pattern. They lie apart, and are rare ones if they
+    // can be: each candidate that is none costs as much as passing some hundred places.
     static constexpr std::size_t kReach = 15;
+    static constexpr char kCommonest[] = "\0 etaoinsrhldcumfpgwybv0123456789.,\n";
 
     // What each unit of a word must be to fit, once the bits of `either` are set.
     struct Anchor {
@@ -134,7 +138,8 @@ private:
     }
 
     static Word InEachLane(Unit unit);
-    Anchor AnchorAt(std::size_t k) const;
+    std::size_t Rarity(std::size_t k) const;
+    Anchor AnchorIn(std::size_t from, std::size_t to) const;
     template <std::size_t kWords>
     bool MayBeginIn(Byte const* low) const;
     template <std::size_t kWords>
@@ -156,9 +161,21 @@ auto Pattern<Unit, Direction, Fold>::InEachLane(Unit unit) -> Word {
 }
 
 template <class Unit, class Direction, class Fold>
-auto Pattern<Unit, Direction, Fold>::AnchorAt(std::size_t k) const -> Anchor {
-    Unit const either = Fold::Either(At(k));
-    return {BytesTo(k), InEachLane(either), InEachLane(static_cast<Unit>(At(k) | either))};
+std::size_t Pattern<Unit, Direction, Fold>::Rarity(std::size_t k) const {
+    auto const unit = static_cast<Unit>(At(k) | Fold::Either(At(k)));
+    return static_cast<std::size_t>(std::find(std::begin(kCommonest), std::end(kCommonest), unit) -
+                                    kCommonest);
+}
+
+// The rarest unit from `from` to `to`.
+template <class Unit, class Direction, class Fold>
+auto Pattern<Unit, Direction, Fold>::AnchorIn(std::size_t from, std::size_t to) const -> Anchor {
+    std::size_t best = from;
+    for (std::size_t k = from + 1; k <= to; ++k) {
+        if (Rarity(k) > Rarity(best)) best = k;
+    }
+    Unit const either = Fold::Either(At(best));
+    return {BytesTo(best), InEachLane(either), InEachLane(static_cast<Unit>(At(best) | either))};
 }
 
 // Whether a match may begin at one of the places in a row of words, of which `low` is the lowest.

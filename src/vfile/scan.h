@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "vfile/pattern.h"
+#include "vfile/runs.h"
 
 namespace vfile {
 
