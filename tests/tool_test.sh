@@ -143,7 +143,13 @@ for enc in utf-8 utf-16 utf-16be; do
     same '{ printf "\xEF\xBB\xBF"; sed "s/\xC3\x9Fe/x/" u8; } | iconv -f UTF-8 -t '$raw \
         '$vfile replace --text marked $(printf "\xC3\x9Fe") x -o changed >count; cat changed'
     same 'echo 1' 'cat count'
+    # Places are counted in UTF-16 units: the last character of the first line takes two.
+    same 'printf "8:1:9\n11:2:1\n"' '$vfile find --text marked $(printf "\360\237\230\200"); $vfile find --text marked END -i'
+    same 'printf "3:1:4\n7:1:8\n"' '$vfile find --text --encoding '$enc' plain -e "\\xC3\\x9F"; $vfile find --text --encoding '$enc' plain " " --from 6'
+    same 'sed "s/end/END/" u8 | iconv -f UTF-8 -t '$raw '$vfile replace --text --encoding '$enc' plain end END -o changed >count; cat changed'
 done
+same 'printf "m1:4:2:2\nm1:0:1:1\nm2:1:1:2\n"' 'printf "\377\376a\0\r\0\n\0b\0a\0" >m1; printf "\357\273\277xa" >m2; $vfile find --text "m?" a --back'
+fails "vfile: text is read from files*" '$vfile find --text - x <u8'
 same 'printf "Gr\xFC\xDFe \x80 ??\nend\n"' 'LC_ALL=C $vfile convert u8 ansi --from utf-8 --to ansi; cat ansi'
 fails 'vfile: missing: not found' '$vfile convert missing out2 --to utf-8'
 fails 'vfile: no/out: illegal path' '$vfile convert u8 no/out --to utf-8'
@@ -176,7 +182,7 @@ for usage in '' bogus info 'info small small' 'cut small --at 1' 'cut small --at
     'insert small --at 0 -o out' 'insert small --at 0 --text a --from small -o out' 'insert small --at 0 --text a' \
     'insert - --at 0 --from - -o out' '--cache -1 info small' '--cache 32768 info small' '--tmp small info small' \
     'info small --bogus' 'find small' 'find small ""' 'find small -e "\\x00"' 'find small -e "\\xg0"' 'find small -e "a\\"' \
-    'find small -e "\\q"' 'find small x --from -1' 'replace small x -o out' 'replace small x y' 'replace small "" y -o out' \
+    'find small -e "\\q"' 'find small x --from -1' 'find small x --encoding utf-8' 'find --text small x --encoding latin' 'replace small x -o out' 'replace small x y' 'replace small "" y -o out' \
     'replace small x "\\x00" -e -o out' 'lines small' 'lines small 0' 'lines small 3..2' 'lines small 1..' 'lines small -1'; do
     rm -f out
     fails 'vfile: ?*' "\$vfile $usage </dev/null"

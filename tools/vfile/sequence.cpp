@@ -10,8 +10,8 @@ std::int32_t LineStartOf(TCharVFile& text, std::int32_t position) {
     text.SetTCharPos(position);
     text.ReadPrevTChar(before);
     if (at == '\n' && before == '\r') text.ReadPrevTChar(before);
-    while (!text.Eof() && before != '\n' && before != '\r') text.ReadPrevTChar(before);
-    return text.Eof() ? 0 : text.GetTCharPos() + 1;
+    while (!text.eof && before != '\n' && before != '\r') text.ReadPrevTChar(before);
+    return text.eof ? 0 : text.GetTCharPos() + 1;
 }
 
 }  // namespace vfile::tool
