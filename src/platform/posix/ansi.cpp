@@ -41,7 +41,7 @@ void FillWindows1252(char16_t* units) {
 
 // Null stands for none, which to the system is all bits set.
 iconv_t OpenConverter(char const* to, char const* from) {
-    iconv_t const converter = iconv_open(to, from);
+    auto* const converter = iconv_open(to, from);
     if (converter != iconv_t(kFailed)) return converter;
     Fail(errno == EINVAL ? EOPNOTSUPP : errno);
     return nullptr;

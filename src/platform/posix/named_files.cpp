@@ -194,7 +194,7 @@ bool RenameInPlace(char const* from, char const* to) {
 
 bool GetAttributes(TChar const* name, Attributes& attributes) {
     NameBytes const path(name);
-    struct stat info;
+    struct stat info {};
     if (!Look(path, info)) return false;
     attributes = {S_ISDIR(info.st_mode), (info.st_mode & kWriteBits) == 0};
     return true;
@@ -202,7 +202,7 @@ bool GetAttributes(TChar const* name, Attributes& attributes) {
 
 bool SetReadOnly(TChar const* name, bool on) {
     NameBytes const path(name);
-    struct stat info;
+    struct stat info {};
     if (!Look(path, info)) return false;
     mode_t const old = info.st_mode & ~static_cast<mode_t>(S_IFMT);
     mode_t const wanted = on ? old & ~kWriteBits : old | S_IWUSR;
