@@ -139,6 +139,7 @@ for enc in utf-8 utf-16 utf-16be; do
     same "iconv -f UTF-8 -t $raw u8" '$vfile convert u8 plain --from utf-8 --to '$enc' --no-bom; cat plain'
     same '{ printf "\xEF\xBB\xBF"; cat u8; } | iconv -f UTF-8 -t '$raw '$vfile convert u8 marked --from UTF-8 --to '$enc' --bom; cat marked'
     same 'cat u8' '$vfile convert marked back --to utf-8; cat back'
+    [[ $enc == utf-8 ]] || same 'cat marked' '$vfile convert u8 default --from utf-8 --to '$enc'; cat default'
     same 'cat u8' '$vfile convert plain back --from '$enc' --to utf-8; cat back'
     same '{ printf "\xEF\xBB\xBF"; sed "s/\xC3\x9Fe/x/" u8; } | iconv -f UTF-8 -t '$raw \
         '$vfile replace --text marked $(printf "\xC3\x9Fe") x -o changed >count; cat changed'

@@ -129,8 +129,10 @@ void AddConvert(CLI::App& app, Options& options) {
     convert.add_option_function<std::string>("--to", to, "encoding of OUT")->required()->type_name("ENC");
     AddEncoding(convert, "--from", options.fromEncoding,
                 "encoding of FILE; else its mark tells, and without one it is ansi");
-    convert.add_flag("--bom,!--no-bom", options.mark,
-                     "begin OUT with the encoding's mark, or do not; else utf-16 and utf-16be have one");
+    auto const mark = [&options](std::int64_t given) { options.mark = given > 0; };
+    convert.add_flag_function(
+        "--bom,!--no-bom", mark,
+        "begin OUT with the encoding's mark, or do not; else utf-16 and utf-16be have one");
 }
 
 void AddCommands(CLI::App& app, Options& options) {
