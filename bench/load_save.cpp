@@ -84,8 +84,8 @@ void Measure(Context const& context, Figures& figures) {
         savePeak.Add(n[5]);
     }
     std::string const size = context.SizeName();
-    figures.AddRatio("Load " + size + ", against copying it", load, {"s", 2}, {Bar::AtMost, 1.8});
-    figures.AddRatio("Save " + size + ", against copying it", save, {"s", 2}, {Bar::AtMost, 1.8});
+    figures.AddRatio("Load " + size + ", against copying it", load, {"s", 2}, {Bar::AtMost, 1.6});
+    figures.AddRatio("Save " + size + ", against copying it", save, {"s", 2}, {Bar::AtMost, 1.6});
     figures.AddSingle("Peak resident memory while loading", loadPeak, {"MiB", 1}, {});
     figures.AddSingle("Peak resident memory while saving", savePeak, {"MiB", 1}, {});
 }

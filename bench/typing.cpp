@@ -55,7 +55,7 @@ void Measure(Context const& context, Figures& figures) {
     vfile::VFile file(text.c_str());
     Paired const stroke = Alternate(
         context.rounds, [&] { return TypeIntoFile(file); }, [&] { return TypeIntoRope(text); });
-    figures.AddPaired("Insert one byte where the last ended", stroke, {"ns", 1}, {Bar::AtMost, 80});
+    figures.AddPaired("Insert one byte where the last ended", stroke, {"ns", 1}, {Bar::AtMost, 60});
     figures.AddRatio("The same, against a rope (`__gnu_cxx::crope`)", stroke, {"ns", 1}, {Bar::AtMost, 0.5});
 }
 

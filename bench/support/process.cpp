@@ -3,8 +3,11 @@
 #include <malloc.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 
+#include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -36,6 +39,17 @@ std::int64_t HeapBytes() {
 }
 
 std::int64_t ReadCalls() { return NumberIn("/proc/self/io", "syscr:"); }
+
+std::int64_t NamelessFileBytes() {
+    std::int64_t largest = 0;
+    for (auto const& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        struct stat info {};
+        bool const seen = stat(entry.path().c_str(), &info) == 0;
+        if (seen && S_ISREG(info.st_mode) && info.st_nlink == 0)
+            largest = std::max(largest, std::int64_t{info.st_size});
+    }
+    return largest;
+}
 
 void WakeMemory(std::int64_t bytes) {
     std::size_t const len = static_cast<std::size_t>(bytes);

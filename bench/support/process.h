@@ -24,6 +24,9 @@ std::int64_t ReadCalls();
 /// host; the next to use it, be it a process or the page cache, waits for every page to come back.
 void WakeMemory(std::int64_t bytes);
 
+/// Bytes of the largest file that the process holds open and that has no name, as a swap file has none; 0 without one.
+std::int64_t NamelessFileBytes();
+
 /// The process ends with the one that made it.
 void DieWithParent();
 
