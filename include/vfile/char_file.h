@@ -285,7 +285,8 @@ public:
 
     /// Writes the whole text to a named file, which nobody else may hold: a new one, or with `overwrite` also one
     /// that exists and is emptied first. `writeBom` puts the encoding's mark before it. Any other value of
-    /// `encoding` counts as EncodingAnsi.
+    /// `encoding` counts as EncodingAnsi. ResNotSupported, and the file left alone: the system cannot convert into
+    /// the locale's character set.
     void SaveText(TChar const* name, bool overwrite, Encoding encoding, bool writeBom);
     void SaveText(TString const& name, bool overwrite, Encoding encoding, bool writeBom) {
         SaveText(name.c_str(), overwrite, encoding, writeBom);

@@ -307,8 +307,8 @@ public:
     /// reading and writing; only its owner may open it. Its name, in `name`: `dir` or that of GetTempDir, `prefix` or
     /// "~hf", both cut to what a name buffer and 63 units hold, a number of up to 8 digits, `ext` or ".tmp", its dot
     /// optional. A name that is taken is left alone, a link included, and the next number tried. False, with the code
-    /// of the last try in the file's `res`: the directory is missing or refuses, or a name has no room in `size`
-    /// (`ResIllegalPath`).
+    /// of the last try in the file's `res`: the directory is missing (`ResIllegalPath`) or refuses, or a name has no
+    /// room in `size` (`ResIllegalName`).
     static bool CreateTempFile(HFile& file, TChar* name, std::uint32_t size, TChar const* prefix,
                                TChar const* ext, TChar const* dir, bool seqWrite);
 

@@ -28,9 +28,12 @@ std::size_t WriteEncoded(HFile& file, Encoder& encoder, TChar const* units, std:
 
 }  // namespace
 
-// A target that a failed write left incomplete stays.
+// Before the target loses what it holds, it is certain that the text can be converted. A target that a failed write
+// left incomplete stays.
 void TCharVFile::SaveText(TChar const* name, bool overwrite, Encoding encoding, bool writeBom) {
     SetPos(0);
+    res = Encoder(Known(encoding)).Open();
+    if (res != ResDone) return;
     HFile file;
     if (!file.CreateSeqWrite(name, overwrite)) {
         res = GetFileRes(file);
