@@ -593,6 +593,7 @@ private:
     VFILE_LOCAL bool Clip(Change& change);
     VFILE_LOCAL bool Position(Change& change);
     VFILE_LOCAL void InitChange(std::int32_t position);
+    VFILE_LOCAL void MakeRoom(Change const& change);
     VFILE_LOCAL void CheckEOL(void const* data, std::int32_t len);
     template <class Source>
     VFILE_LOCAL bool Apply(Change const& change, Source source);

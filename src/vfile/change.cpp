@@ -42,6 +42,7 @@ void VFile::ReplaceBuf(std::int32_t start, std::int32_t delLen, void const* data
     if (!MayChange(start >= 0 && delLen >= 0 && dataLen >= 0 && (data || dataLen == 0))) return;
     Change change{u"ReplaceBuf", start, delLen, dataLen};
     if (!Position(change)) return;
+    MakeRoom(change);
     CheckEOL(data, dataLen);
     if (Apply(change, BytesAt{static_cast<unsigned char const*>(data)})) Publish(change);
 }
@@ -56,6 +57,7 @@ void VFile::ReplaceTxt(std::int32_t start, std::int32_t delLen, VFile const& src
     srcLen = std::min(srcLen, src.length - srcStart);
     Change change{u"ReplaceTxt", start, sameLen ? srcLen : delLen, srcLen};
     if (!Position(change)) return;
+    MakeRoom(change);
     if (Apply(change, BytesOf(src, srcStart))) Publish(change);
 }
 

@@ -3,6 +3,7 @@
 //   check      thread, stored result, arguments, Locked, ReadOnly    nothing moved
 //   clip       to the file; the length limit                         nothing moved
 //   position   the cursor at the start, its block in the buffer      bytes untouched
+//   make room  the block before may take some of that block's        no byte's position changes
 //   prepare    the private chain, where the block path is taken      bytes untouched
 //   ask        PreChange                                             bytes untouched
 //   apply      moves in the buffer, or a relinking                   fails before the first touch, or not
