@@ -66,6 +66,7 @@ Costs AtRandom(Context const& context, std::int64_t bytes) {
     Costs costs;
     for (int round = 0; round < std::min(context.rounds, 3); ++round) {
         SyncDisk(context.directory);
+        WakeMemory(2 * bytes);  // the swap file, with room for split blocks
         auto const found = InChild([&] { return OneRound(context, bytes, path); });
         costs.insert.Add(found[0]);
         costs.seek.Add(found[1]);

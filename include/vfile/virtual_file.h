@@ -594,6 +594,8 @@ private:
     VFILE_LOCAL bool Position(Change& change);
     VFILE_LOCAL void InitChange(std::int32_t position);
     VFILE_LOCAL void MakeRoom(Change const& change);
+    VFILE_LOCAL BlkDesc* TakerBefore(BlkDesc const* block) const;
+    VFILE_LOCAL void PassHead(BlkDesc* block, std::int32_t start, std::int32_t count);
     VFILE_LOCAL void CheckEOL(void const* data, std::int32_t len);
     template <class Source>
     VFILE_LOCAL bool Apply(Change const& change, Source source);

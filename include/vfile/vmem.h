@@ -150,6 +150,7 @@ private:
     static constexpr int kTopList = 16;
 
     VFILE_LOCAL unsigned char const* PageAt(std::int32_t addr);
+    VFILE_LOCAL bool IsCached(std::int32_t addr) const;
     CacheDesc& FindPage(std::int32_t addr);
     CacheDesc& FindPageToOverwrite(std::int32_t addr);
     CacheDesc& FindOutsideTable(std::int32_t addr, bool load);

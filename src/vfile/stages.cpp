@@ -6,7 +6,6 @@
 #include <cstring>
 #include <new>
 
-#include "vfile/blk_index.h"
 #include "vfile/block.h"
 #include "vfile/change.h"
 #include "vfile/invariants.h"
@@ -58,34 +57,6 @@ void VFile::InitChange(std::int32_t position) {
         }
     }
     if (!LoadBlock()) res = ResHeapOverflow;
-}
-
-//   [pp..][aaaaXXtt]     pp    the block before, which has room
-//   [ppaa][aaXXtt..]     XX    the range that goes, cursor at its start
-//
-// A block that lacks room for a change is split, and its halves stay half empty until something is inserted into them.
-// Where the block before can take enough from its head there is no need: a replacement all over a file, which goes
-// upward, splits one block and then passes its room on from block to block. The memory may stop, which is why it is
-// used before anything is moved.
-void VFile::MakeRoom(Change const& change) {
-    BlkDesc* const prev = cur.ptr->prev;
-    std::int32_t const len = cur.ptr->len;
-    std::int32_t const lacking = len - change.delLen + change.insLen - BlkSize;
-    if (!prev || prev->len == 0 || lacking <= 0 || change.delLen > len - cur.ix) return;
-    // One byte stays: the change may yet be refused, and no block is empty.
-    auto const n = static_cast<std::int16_t>(std::min({std::int32_t{cur.ix}, BlkSize - prev->len, len - 1}));
-    if (n < lacking) return;
-    mem->Set(prev->addr + prev->len, buf, n);
-    HandOver();
-    if (index) index->Shift(cur.start - prev->len, n);
-    prev->len = static_cast<std::int16_t>(prev->len + n);
-    cur.ptr->len = static_cast<std::int16_t>(len - n);
-    cur.start += n;
-    cur.ix = static_cast<std::int16_t>(cur.ix - n);
-    if (index) index->Shift(cur.start, -n);
-    std::memmove(buf, buf + n, static_cast<std::size_t>(cur.ptr->len));
-    bufDirty = true;
-    crCheck.block = nullptr;
 }
 
 bool VFile::FitsCurrentBlock(Change const& change) const {

@@ -127,6 +127,8 @@ void VMem::Get(std::int32_t addr, void* buf, std::int16_t len) {
     }
 }
 
+bool VMem::IsCached(std::int32_t addr) const { return cache->Find(addr) != nullptr; }
+
 // The bytes of the page at `addr`, a multiple of kPageSize, where they lie. They stay there until the next operation.
 unsigned char const* VMem::PageAt(std::int32_t addr) {
     return reinterpret_cast<unsigned char const*>(FindPage(addr).data);
