@@ -9,78 +9,17 @@
 #include <string_view>
 #include <vector>
 
+#include "support/command.h"
 #include "support/host_files.h"
 #include "support/library.h"
 #include "support/process.h"
 #include "support/run.h"
 #include "support/samples.h"
+#include "support/text_file.h"
 
 using namespace bench;
 
 namespace {
-
-constexpr char kWord[] = "harbor";  // one in about 600 bytes
-constexpr char kLonger[] = "lighthaus";
-constexpr char kRareWord[] = "zephyr";  // one in about a megabyte, on a line of its own
-constexpr char kAbsent[] = "nobody saw it";
-constexpr char kAbsentCommon[] = " everywhere q";  // begins with the commonest byte of the text
-
-// Lines of words, in which those above stand as often as they should.
-class TextMaker {
-public:
-    std::string_view NextLine() {
-        static constexpr std::string_view kWords[] = {
-            "the",    "of",     "and",     "a",       "to",     "in",      "that", "it",
-            "page",   "disk",   "memory",  "line",    "buffer", "window",  "name", "small",
-            "reader", "before", "another", "written", "under",  "question"};
-        line.clear();
-        if (Next() % 16384 == 0) return line.append(kRareWord).append("\n");
-        std::size_t const length = 40 + Next() % 50;
-        while (line.size() < length) {
-            line += Next() % 109 == 0 ? std::string_view(kWord) : kWords[Next() % std::size(kWords)];
-            line += ' ';
-        }
-        line.back() = '\n';
-        return line;
-    }
-
-private:
-    std::uint64_t Next() {
-        state ^= state << 13;
-        state ^= state >> 7;
-        state ^= state << 17;
-        return state >> 11;
-    }
-
-    std::uint64_t state = 0x9E3779B97F4A7C15u;
-    std::string line;
-};
-
-// At least kStep bytes of whole lines: of single bytes, or of 16-bit units, the low byte first.
-std::string NextPiece(TextMaker& text, bool wide) {
-    std::string piece;
-    while (piece.size() < kStep) {
-        for (char const c : text.NextLine()) piece.append(&c, 1).append(wide ? 1 : 0, '\0');
-    }
-    return piece;
-}
-
-void MakeText(std::string const& path, std::int64_t bytes, bool wide) {
-    std::ofstream file(path, std::ios::binary);
-    TextMaker text;
-    for (std::int64_t left = bytes; left > 0;) {
-        std::string const piece = NextPiece(text, wide);
-        std::int64_t const len = std::min<std::int64_t>(left, static_cast<std::int64_t>(piece.size()));
-        file.write(piece.data(), len);
-        left -= len;
-    }
-    Require(file.flush().good(), "the text could not be written");
-}
-
-// The quickest locale for the peers, too.
-double SecondsOfCommand(std::string const& command) {
-    return Seconds([&] { Require(std::system(("LC_ALL=C " + command).c_str()) == 0, "a peer failed"); });
-}
 
 // Passes over the whole of a file in search of what is not there, in GB/s.
 template <class Search>
@@ -149,8 +88,8 @@ void MeasureRareWord(Context const& context, vfile::VFile& file, Figures& figure
     };
     std::string const output = context.Path("count");
     Paired const seconds = Alternate(context.rounds, ours, [&] {
-        return SecondsOfCommand("grep -c -F " + std::string(kRareWord) + " " + context.Path("text") + " > " +
-                                output);
+        return SecondsOf("grep -c -F " + std::string(kRareWord) + " " + context.Path("text") + " > " +
+                         output);
     });
     int peerCount = -1;
     std::ifstream(output) >> peerCount;
@@ -222,7 +161,7 @@ void MeasureReplace(Context const& context, Figures& figures) {
     std::string const command = std::string("sed s/") + kWord + "/" + kLonger + "/g " + source + " > " + peer;
     Paired const seconds = Alternate(
         context.rounds, [&] { return step(ours, [&] { return Seconds(replace); }); },
-        [&] { return step(peer, [&] { return SecondsOfCommand(command); }); });
+        [&] { return step(peer, [&] { return SecondsOf(command); }); });
     Require(SameBytes(ours, peer), "replaced otherwise than the peer");
     figures.AddRatio("Replace 6 bytes by 9, one in about 600, in " + half.SizeName() + ", against `sed`",
                      seconds, {"s", 2}, {Bar::AtMost, 0.9});

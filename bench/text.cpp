@@ -1,8 +1,5 @@
 // Loading and saving text in other encodings with a small cache, against the program that converts files from one
 // encoding into another. Loading writes the text to the swap file, as the peer writes its output.
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
@@ -10,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "support/command.h"
 #include "support/host_files.h"
 #include "support/library.h"
 #include "support/process.h"
@@ -48,16 +46,9 @@ void MakeText(std::string const& path, std::string_view part, std::int64_t bytes
     Require(file.good(), "no room for the text");
 }
 
-void Convert(char const* from, char const* to, std::string const& source, std::string const& target) {
-    std::string const arguments[] = {"iconv", "-f", from, "-t", to, "-o", target, source};
-    std::vector<char*> argv;
-    for (std::string const& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-    argv.push_back(nullptr);
-    pid_t child = -1;
-    Require(posix_spawnp(&child, argv[0], nullptr, nullptr, argv.data(), environ) == 0, "no iconv");
-    int status = -1;
-    waitpid(child, &status, 0);
-    Require(status == 0, "iconv failed");
+void Convert(std::string const& from, std::string const& to, std::string const& source,
+             std::string const& target) {
+    RunCommand("iconv -f " + from + " -t " + to + " -o " + target + " " + source);
 }
 
 struct Names {

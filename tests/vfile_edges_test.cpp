@@ -52,7 +52,7 @@ TEST(VFileEdges, FirstReasonToRefuseCounts) {
     }
 }
 
-// A change fills the current block, and merges where its last block meets a short one. What comes from a host
+// A change fills the current block or the one before, and merges where its last block meets a short one. What comes from a host
 // file is a block of its own, which makes any layout.
 TEST(VFileEdges, WhichBlocksMerge) {
     struct {
@@ -69,6 +69,12 @@ TEST(VFileEdges, WhichBlocksMerge) {
         {"1000 1024",      1000, 0,      24,   false, "1024 1024 "                   },
         {"1024 600",       1024, 0,      24,   false, "1024 624 "                    },
         {"1024 1024",      1024, 0,      24,   false, "1024 24 1024 "                },
+        {"600 1024",       1400, 0,      10,   false, "1024 610 "                    },
+        {"600 1024",       605,  0,      10,   false, "1024 610 "                    },
+        {"600 1024 1024",  2000, 0,      10,   false, "1024 1024 610 "               },
+        {"1000 1024",      1500, 5,      10,   false, "1024 1005 "                   },
+        {"1000 1024",      2024, 0,      10,   false, "1024 1010 "                   },
+        {"1000 1024",      1010, 0,      20,   false, "1000 30 1014 "                },
         {"1000 100 1024",  1000, 100,    0,    false, "1000 1024 "                   },
         {"1000 100 1024",  1000, 99,     0,    false, "1000 1 1024 "                 },
         {"1024 1024 1024", 10,   2500,   0,    false, "10 562 "                      },
