@@ -93,6 +93,7 @@ public:
     using VFile::Flush;
     using VFile::Load;
     using VFile::Save;
+    using VFile::SaveSafe;
 
     using VFile::GetCacheSize;
     using VFile::GetMaxCacheSize;
@@ -290,6 +291,12 @@ public:
     void SaveText(TChar const* name, bool overwrite, Encoding encoding, bool writeBom);
     void SaveText(TString const& name, bool overwrite, Encoding encoding, bool writeBom) {
         SaveText(name.c_str(), overwrite, encoding, writeBom);
+    }
+
+    /// SaveText over an existing file or to a new one, in the way of VFile::SaveSafe.
+    void SaveTextSafe(TChar const* name, Encoding encoding, bool writeBom);
+    void SaveTextSafe(TString const& name, Encoding encoding, bool writeBom) {
+        SaveTextSafe(name.c_str(), encoding, writeBom);
     }
 
     friend VFILE_EXPORT bool operator==(TCharVFile const& a, TCharVFile const& b);

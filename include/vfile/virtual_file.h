@@ -439,6 +439,17 @@ public:
     /// WriteFile whatever `res` held. Modified stays on.
     void Save(TChar const* name, bool overwrite);
 
+    /// Save over an existing file or to a new one, so that at every moment, also after a kill or a power cut, the name
+    /// means the old bytes or the new ones. The bytes go to a new file in the target's directory, which gets the
+    /// target's mode, owner, access list and attributes, is flushed, and takes the name; links to the target are
+    /// followed. A target that a new file could not stand for (it has more names, or an owner or an access list that
+    /// cannot be given) is written in place, with its old bytes beside it as NAME.~safe~N meanwhile; after a failed
+    /// write they are put back, and where that fails, or a flush failed, the copy stays. A device or a pipe is written
+    /// plainly. The cursor ends at the end, where the target could be had. ResNoPermission: the target is held by
+    /// another, or may not be written, or its directory may not. With a code in `res` the name means the old bytes,
+    /// but when they were replaced and only the flush of the directory failed.
+    void SaveSafe(TChar const* name);
+
     // Flags.
 
     std::int32_t GetFlags() const { return flags; }

@@ -95,11 +95,12 @@ bool BytesAhead(Handle file, std::int64_t& count);
 bool TruncateHere(Handle file);
 bool FlushFile(Handle file);
 
-// Named files: named_files.cpp
+// Named files: named_files.cpp, directory.cpp
 
 struct Attributes {
     bool directory;
     bool readOnly;  // no write bit is set at all
+    bool regular;   // a file with bytes of its own: no directory, device or pipe
 };
 bool GetAttributes(TChar const* name, Attributes& attributes);
 
@@ -117,6 +118,33 @@ bool RenameNamed(TChar const* from, TChar const* to);
 
 // A link and not what it leads to. A directory is kAccessDenied.
 bool RemoveNamed(TChar const* name);
+
+// Copies from the position of one file to that of the other, up to the end of the first.
+bool CopyRest(Handle from, Handle to);
+
+// Safe replacement: safe_files.cpp
+
+// The name of the file that `name` leads to, links followed, or of the one that they lead to and that is still to be
+// made; in `found` of `size` units.
+bool FollowLinks(TChar const* name, TChar* found, std::uint32_t size);
+
+// Makes a file in the directory of `name`, held alone, that has no name yet and vanishes with its handle unless
+// it is given one, which must be free and in that directory (kFileExists). Without `ownerOnly` it gets what any new file
+// would get there. kNotSupported: the file system cannot do that.
+Handle CreateUnnamed(TChar const* name, bool ownerOnly);
+bool GiveName(Handle file, TChar const* name);
+
+// Gives one file the owner, group, permission bits, access list and further attributes of another. False: it cannot have
+// them all.
+bool CopyAttributes(Handle from, Handle to);
+
+// How many names a file has, -1 where it cannot be told.
+std::int64_t CountNames(Handle file);
+
+// Gives a file another name in the same directory, in place of whatever has it: at every moment the new name means one
+// of the two. It is sure to outlast a power cut once the directory is flushed, which is done as far as the system admits.
+bool ReplaceNamed(TChar const* from, TChar const* to);
+bool FlushDirectoryOf(TChar const* name);
 
 // The entries of a directory, in its own order, "." and ".." among them.
 class Directory {

@@ -4,7 +4,7 @@
 
 #include "text/text_inflow.h"
 #include "vfile/host_end.h"
-#include "vfile/open_handle.h"
+#include "hostfile/open_handle.h"
 
 namespace vfile {
 

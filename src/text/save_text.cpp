@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "hostfile/safe_target.h"
 #include "text/codec.h"
 #include "vfile/step_buffer.h"
 
@@ -40,6 +41,17 @@ void TCharVFile::SaveText(TChar const* name, bool overwrite, Encoding encoding, 
         return;
     }
     WriteText(file, encoding, writeBom);
+}
+
+void TCharVFile::SaveTextSafe(TChar const* name, Encoding encoding, bool writeBom) {
+    SetPos(0);
+    res = Encoder(Known(encoding)).Open();
+    if (res != ResDone) return;
+    SafeTarget target(name);
+    res = target.Code();
+    if (res != ResDone) return;
+    WriteText(target.File(), encoding, writeBom);
+    if (res == ResDone) res = target.Commit();
 }
 
 // From the start of the text, where the cursor stands. Where units are converted it ends behind them all, whatever

@@ -3,8 +3,9 @@
 #include <vfile/result.h>
 #include <vfile/virtual_file.h>
 
+#include "hostfile/open_handle.h"
+#include "hostfile/safe_target.h"
 #include "vfile/block.h"
-#include "vfile/open_handle.h"
 
 namespace vfile {
 
@@ -45,6 +46,16 @@ void VFile::Load(TChar const* name, std::uint32_t shareMode) {
 void VFile::Save(TChar const* name, bool overwrite) {
     SetPos(0);
     WriteFile(name, overwrite);
+}
+
+void VFile::SaveSafe(TChar const* name) {
+    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
+    SetPos(0);
+    SafeTarget target(name);
+    res = target.Code();
+    if (res != ResDone) return;
+    WriteToFile(target.File(), MaxLen);
+    if (res == ResDone) res = target.Commit();
 }
 
 }  // namespace vfile

@@ -102,19 +102,6 @@ void CopyInKernel(int from, int to) {
     }
 }
 
-bool CopyBytes(Handle from, Handle to) {
-    CopyInKernel(DescriptorOf(from), DescriptorOf(to));
-    unsigned char piece[65536];
-    for (;;) {
-        std::size_t got = 0;
-        std::size_t put = 0;
-        if (!Read(from, piece, sizeof piece, got)) return false;
-        if (got == 0) return true;
-        if (!Write(to, piece, got, put)) return false;
-        if (put < got) return Fail(ENOSPC);
-    }
-}
-
 // Makes an existing target empty, once it is certain that it is not the source.
 bool Prepare(Held& source, Target& target) {
     if (!source.Look() || !target.File().Look()) return false;
@@ -124,7 +111,7 @@ bool Prepare(Held& source, Target& target) {
 }
 
 bool Copy(Held& source, Target& target) {
-    if (!Prepare(source, target) || !CopyBytes(source.Get(), target.File().Get())) return false;
+    if (!Prepare(source, target) || !CopyRest(source.Get(), target.File().Get())) return false;
     mode_t const bits = source.Info().st_mode & kPermissionBits;
     if (target.IsNew() && fchmod(target.File().Descriptor(), bits) != 0) return Fail(errno);
     return true;
@@ -196,7 +183,7 @@ bool GetAttributes(TChar const* name, Attributes& attributes) {
     NameBytes const path(name);
     struct stat info {};
     if (!Look(path, info)) return false;
-    attributes = {S_ISDIR(info.st_mode), (info.st_mode & kWriteBits) == 0};
+    attributes = {S_ISDIR(info.st_mode), (info.st_mode & kWriteBits) == 0, S_ISREG(info.st_mode)};
     return true;
 }
 
@@ -207,6 +194,19 @@ bool SetReadOnly(TChar const* name, bool on) {
     mode_t const old = info.st_mode & ~static_cast<mode_t>(S_IFMT);
     mode_t const wanted = on ? old & ~kWriteBits : old | S_IWUSR;
     return chmod(path.Bytes(), wanted) == 0 || FailNamed(path.Bytes());
+}
+
+bool CopyRest(Handle from, Handle to) {
+    CopyInKernel(DescriptorOf(from), DescriptorOf(to));
+    unsigned char piece[65536];
+    for (;;) {
+        std::size_t got = 0;
+        std::size_t put = 0;
+        if (!Read(from, piece, sizeof piece, got)) return false;
+        if (got == 0) return true;
+        if (!Write(to, piece, got, put)) return false;
+        if (put < got) return Fail(ENOSPC);
+    }
 }
 
 bool CopyNamed(TChar const* from, TChar const* to, bool overwrite) {
