@@ -72,7 +72,8 @@ template <class Sequence>
 void Show(Context const& context, int mib) {
     std::vector<Samples> figures(4);
     bool known[4] = {};
-    for (int round = 0; round < std::min(context.rounds, 3); ++round) {
+    int const rounds = mib > 64 ? 1 : std::min(context.rounds, 3);  // a rope takes half a minute for each
+    for (int round = 0; round < rounds; ++round) {
         SyncDisk(context.directory);
         WakeMemory(std::int64_t{mib} << 21);
         auto const found = InChild([&] { return Round<Sequence>(context, context.Path("text")); });

@@ -1,4 +1,4 @@
-// Every call into the system fails in turn, memory runs out, hooks throw: a file is as it was or as it should be,
+// Memory and the swap file run out, hooks throw: a file is as it was or as it should be,
 // and nothing is lost.
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -73,68 +73,7 @@ protected:
         [this](VFile& f) { TakeSource(f, kLength + 1); },
         [this](VFile& f) { TakeSource(f, MaxLen); },
     };
-
-    Call Transfer(bool saving, Fault const& fault, FileRes res);
 };
-
-// Saves or loads with the fault in force; judges, tries again without it, and gives the call that was hit.
-Call VFileFaults::Transfer(bool saving, Fault const& fault, FileRes res) {
-    std::string const name = dir_.Bytes("named"), old = AllBytes(old_);
-    WriteWhole(name, saving ? old : bytes_);
-    VFile file(saving ? large_ : old_);
-    auto const transfer = [&] {
-        saving ? file.Save(dir_.Name("named").c_str(), true) : file.Load(dir_.Name("named").c_str(), 0);
-    };
-    std::size_t const before = OpenDescriptors();
-    Call hit;
-    {
-        Faults faults(fault);
-        transfer();
-        hit = faults.Hit();
-    }
-    if (hit == Call::kStat && fault.error == EINTR) return hit;  // no system interrupts that one
-    SCOPED_TRACE(testing::Message() << (saving ? "save, call " : "load, call ") << int(hit) << ' '
-                                    << fault.nth);
-    constexpr Call kReported[] = {Call::kOpen, Call::kTruncate, Call::kRead, Call::kWrite};
-    bool const reported = std::find(std::begin(kReported), std::end(kReported), hit) != std::end(kReported);
-    // One look at the status asks whether it is a directory, others only for hints.
-    bool const failed = hit == Call::kStat ? file.res != ResDone : reported && res != ResDone;
-    std::string const onDisk = ReadWhole(name);
-    bool const cutShort = failed && hit == Call::kWrite;
-    EXPECT_EQ(file.res, failed ? res : ResDone);
-    EXPECT_EQ(OpenDescriptors(), before);
-    ExpectSound(file);
-    EXPECT_TRUE(AllBytes(file) == (saving || !failed ? bytes_ : ""));
-    EXPECT_EQ(file.GetPos(),
-              !saving || (failed && !cutShort) ? 0 : int(onDisk.size()) + (cutShort ? BlkSize : 0));
-    EXPECT_EQ(onDisk.size() % (64 * BlkSize), cutShort ? 0 : onDisk == old ? old.size() : 3392);
-    EXPECT_TRUE(onDisk == old ? saving && failed : bytes_.starts_with(onDisk)) << "cut before it was held";
-    transfer();
-    EXPECT_TRUE(AllBytes(file) == bytes_ && ReadWhole(name) == bytes_) << "not usable again";
-    return hit;
-}
-
-TEST_F(VFileFaults, EveryCallOfSaveAndLoad) {
-    constexpr struct {
-        Fault fault;
-        FileRes res;
-    } kCases[] = {
-        {{.error = EIO},                                ResDiskParityError},
-        {{.kind = Fault::kFailOnward, .error = ENOSPC}, ResDiskFull       },
-        {{.error = EACCES},                             ResNoPermission   },
-        {{.error = EINTR},                              ResDone           },
-        {{.kind = Fault::kCut, .cut = 1},               ResDone           },
-        {{.kind = Fault::kCut},                         ResDone           },
-    };
-    for (auto const& c : kCases) {
-        for (bool const saving : {true, false}) {
-            SCOPED_TRACE(c.fault.error);
-            Fault fault = c.fault;
-            while (Transfer(saving, fault, c.res) != Call::kNone) ++fault.nth;
-            EXPECT_GT(fault.nth, fault.kind == Fault::kCut ? 1 : 6) << "hardly a call was met";
-        }
-    }
-}
 
 TEST_F(VFileFaults, MemoryRunsOut) {
     VFile::SetMaxCacheSize(5);  // soon full, so that no page asks for memory

@@ -45,7 +45,9 @@ public:
 
     explicit StdString(std::string const& path) {
         std::ifstream file(path, std::ios::binary | std::ios::ate);
-        bytes.resize(static_cast<std::size_t>(file.tellg()));
+        auto const size = static_cast<std::size_t>(file.tellg());
+        bytes.reserve(size + kGrowth);
+        bytes.resize(size);
         file.seekg(0).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         Require(file.good(), "the text could not be read");
     }
@@ -60,6 +62,8 @@ public:
     std::string const& Bytes() const { return bytes; }
 
 private:
+    static constexpr std::size_t kGrowth = 2 << 20;  // it would double its memory at the first insertion
+
     std::string bytes;
 };
 

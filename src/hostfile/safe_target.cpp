@@ -149,13 +149,19 @@ bool SafeTarget::Finish() {
 }
 
 bool SafeTarget::FinishFresh() {
-    if (!FlushFile(handle)) return false;
-    if (beside[0] == 0 && !TakeNameBeside([this](TChar const* name) { return GiveName(handle, name); }))
-        return false;
-    if (!ReplaceNamed(beside, target)) return false;
+    if (!FlushFile(handle) || !(old.IsOpen() ? Replace() : Appear())) return false;
     committed = true;
     return FlushDirectoryOf(target);
 }
+
+bool SafeTarget::Replace() {
+    if (beside[0] == 0 && !TakeNameBeside([this](TChar const* name) { return GiveName(handle, name); }))
+        return false;
+    return ReplaceNamed(beside, target);
+}
+
+// A file that came to have the name meanwhile is not one that was meant.
+bool SafeTarget::Appear() { return beside[0] == 0 ? GiveName(handle, target) : RenameNamed(beside, target); }
 
 // Behind the flush nothing is tried again: if it fails, the copy is what there is.
 bool SafeTarget::FinishInPlace() {

@@ -50,6 +50,8 @@ private:
     bool MakeNamed(OpenHandle& made, bool ownerOnly);
     bool Finish();
     bool FinishFresh();
+    bool Replace();
+    bool Appear();
     bool FinishInPlace();
     void TakeBack();
     bool PutBack();

@@ -1,5 +1,6 @@
 #include "support/faults.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -104,6 +105,20 @@ VFILE_WRAP(int, kLock, flock, (int fd, int operation), (fd, operation))
 VFILE_WRAP(int, kTruncate, ftruncate, (int fd, off_t length), (fd, length))
 VFILE_WRAP(off_t, kSeek, lseek, (int fd, off_t offset, int whence), (fd, offset, whence))
 VFILE_WRAP(int, kRename, renameat2, (int from, char const* a, int to, char const* b, unsigned flags), (from, a, to, b, flags))
+VFILE_WRAP(int, kRename, rename, (char const* a, char const* b), (a, b))
+VFILE_WRAP(int, kRename, linkat, (int from, char const* a, int to, char const* b, int flags), (from, a, to, b, flags))
+VFILE_WRAP(int, kFlush, fsync, (int fd), (fd))
+VFILE_WRAP(int, kName, stat, (char const* path, struct stat* result), (path, result))
+VFILE_WRAP(int, kName, lstat, (char const* path, struct stat* result), (path, result))
+VFILE_WRAP(int, kName, access, (char const* path, int mode), (path, mode))
+VFILE_WRAP(int, kName, unlink, (char const* path), (path))
+VFILE_WRAP(ssize_t, kName, readlink, (char const* path, char* dst, size_t len), (path, dst, len))
+VFILE_WRAP(int, kAttribute, fchown, (int fd, uid_t user, gid_t group), (fd, user, group))
+VFILE_WRAP(int, kAttribute, fchmod, (int fd, mode_t mode), (fd, mode))
+VFILE_WRAP(ssize_t, kAttribute, flistxattr, (int fd, char* dst, size_t len), (fd, dst, len))
+VFILE_WRAP(ssize_t, kAttribute, fgetxattr, (int fd, char const* name, void* dst, size_t len), (fd, name, dst, len))
+VFILE_WRAP(int, kAttribute, fsetxattr, (int fd, char const* name, void const* src, size_t len, int flags), (fd, name, src, len, flags))
+VFILE_WRAP(int, kAttribute, fremovexattr, (int fd, char const* name), (fd, name))
 VFILE_WRAP(ssize_t, kCopyRange, copy_file_range, (int from, off_t* a, int to, off_t* b, size_t len, unsigned flags), (from, a, to, b, len, flags))
 VFILE_WRAP(int, kAdvise, posix_fadvise, (int fd, off_t offset, off_t len, int advice), (fd, offset, len, advice))
 VFILE_WRAP_TRANSFER(kRead, read, (int fd, void* dst, size_t len), (fd, dst, len))
@@ -125,6 +140,11 @@ ssize_t __wrap_pwritev(int fd, iovec const* pieces, int count, off_t at) {
     auto const some = vfile::test::Cut(pieces, count, Allowed(Call::kWriteAt, len));
     return __real_pwritev(fd, some.data(), static_cast<int>(some.size()), at);
 }
+
+DIR* __real_opendir(char const* path);
+DIR* __wrap_opendir(char const* path) { return Fails(Call::kDirectory) ? nullptr : __real_opendir(path); }
+dirent* __real_readdir(DIR* directory);
+dirent* __wrap_readdir(DIR* directory) { return Fails(Call::kDirectory) ? nullptr : __real_readdir(directory); }
 
 void* __real_malloc(size_t size);
 void* __wrap_malloc(size_t size) { return Fails(Call::kAllocate) ? nullptr : __real_malloc(size); }

@@ -21,7 +21,11 @@ enum class Call {
     kReadAt,
     kWriteAt,
     kCopyRange,
-    kRename,
+    kFlush,
+    kName,       // stat, lstat, access, readlink, unlink, symlink
+    kRename,     // and the like, that give a name
+    kAttribute,  // owner, mode, access list and others
+    kDirectory,
     kAllocate
 };
 

@@ -73,7 +73,8 @@ int Cut(Options const& options) {
 
 // Saves `file` unless the change before has failed.
 int SaveChanged(VFile& file, Options const& options) {
-    if (file.res == ResDone) return StatusOf(WriteAll(file, options.output));
+    auto const write = options.inPlace ? WriteSafely : WriteAll;
+    if (file.res == ResDone) return StatusOf(write(file, options.output));
     ReportFailure(options.file, file.res);
     return kFailed;
 }
@@ -120,7 +121,8 @@ std::optional<std::int32_t> ReplaceText(Options const& options) {
         ReportFailure(options.file, text.res);
         return std::nullopt;
     }
-    if (!WriteText(text, options.output, *form)) return std::nullopt;
+    auto const write = options.inPlace ? WriteTextSafely : WriteText;
+    if (!write(text, options.output, *form)) return std::nullopt;
     return count;
 }
 

@@ -79,12 +79,17 @@ void AddFile(CLI::App& app, Options& options) {
     app.add_option("FILE", options.file, "the file to read, - for standard input")->required()->type_name("");
 }
 
+void AddInPlace(CLI::App& app, Options& options) {
+    app.add_flag("--in-place", options.inPlace,
+                 "write FILE itself, so that its name always means the old bytes or the new");
+}
+
 void AddOutput(CLI::App& app, Options& options) {
     app.add_option(
            "-o,--output", options.output,
            "the file to write, - for standard output; may be FILE itself, which has been read by then")
-        ->required()
         ->type_name("OUT");
+    AddInPlace(app, options);
 }
 
 CLI::App& AddCommand(CLI::App& app, Options& options, char const* name, Options::Command command,
@@ -118,9 +123,8 @@ void AddConvert(CLI::App& app, Options& options) {
     CLI::App& convert = AddCommand(app, options, "convert", Options::Command::kConvert,
                                    "Write a text file in another encoding: ansi (that of the locale),\n"
                                    "utf-8, utf-16 (low byte first) or utf-16be");
-    convert.add_option("OUT", options.output, "the file to write; may be FILE itself")
-        ->required()
-        ->type_name("");
+    convert.add_option("OUT", options.output, "the file to write; may be FILE itself")->type_name("");
+    AddInPlace(convert, options);
     auto const to = [&options](std::string const& given) {
         auto const encoding = EncodingOf(given);
         if (!encoding) throw CLI::ValidationError("--to", "'" + given + "' is none of " + kEncodingNames);
@@ -206,6 +210,22 @@ void AddSettings(CLI::App& app, Options& options) {
     app.set_version_flag("--version", "vfile " VFILE_VERSION);
 }
 
+// What the options cannot say of each other one by one.
+void CheckTogether(Options& options) {
+    using Command = Options::Command;
+    if (options.file == kStandardStream && options.from == kStandardStream)
+        throw CLI::ValidationError("--from", "standard input is FILE already");
+    bool const searches = options.command == Command::kFind || options.command == Command::kReplace;
+    if (searches && options.pattern.empty()) throw CLI::ValidationError("PATTERN", "nothing to find");
+    bool const writes = options.command == Command::kInsert || options.command == Command::kDelete ||
+                        options.command == Command::kReplace || options.command == Command::kConvert;
+    if (writes && options.output.empty() != options.inPlace)
+        throw CLI::ValidationError("OUT", "either it or --in-place is wanted");
+    if (!options.inPlace) return;
+    if (options.file == kStandardStream) throw CLI::ValidationError("--in-place", "standard input has no place");
+    options.output = options.file;
+}
+
 }  // namespace
 
 std::optional<int> ParseOptions(int argc, char const* const* argv, Options& options) {
@@ -222,12 +242,7 @@ std::optional<int> ParseOptions(int argc, char const* const* argv, Options& opti
     AddCommands(app, options);
     try {
         app.parse(argc, argv);
-        if (options.file == kStandardStream && options.from == kStandardStream) {
-            throw CLI::ValidationError("--from", "standard input is FILE already");
-        }
-        using Command = Options::Command;
-        bool const searches = options.command == Command::kFind || options.command == Command::kReplace;
-        if (searches && options.pattern.empty()) throw CLI::ValidationError("PATTERN", "nothing to find");
+        CheckTogether(options);
     } catch (CLI::ParseError const& error) {
         if (error.get_exit_code() == 0) return app.exit(error) == 0 ? kDone : kFailed;
         ReportText(std::string(error.what()) +

@@ -80,6 +80,12 @@ bool WriteAll(VFile& file, std::string const& name) {
     return res == ResDone;
 }
 
+bool WriteSafely(VFile& file, std::string const& name) {
+    file.SaveSafe(NameFromBytes(name).c_str());
+    if (file.res != ResDone) ReportFailure(name, file.res);
+    return file.res == ResDone;
+}
+
 bool WriteToStandardOutput(VFile& file, std::int32_t count) {
     void* output = HandleOf(STDOUT_FILENO);
     WritePieces(file, output, count);

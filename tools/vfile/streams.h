@@ -17,6 +17,9 @@ bool ReadAll(VFile& file, std::string const& name);
 // whole is reported as partly written.
 bool WriteAll(VFile& file, std::string const& name);
 
+// The same for a file of that name alone, so that it always means the old bytes or the new.
+bool WriteSafely(VFile& file, std::string const& name);
+
 // Writes `count` bytes from the cursor on, as far as there are so many, to standard output.
 bool WriteToStandardOutput(VFile& file, std::int32_t count);
 

@@ -67,4 +67,10 @@ bool WriteText(TCharVFile& text, std::string const& name, TextForm form) {
     return false;
 }
 
+bool WriteTextSafely(TCharVFile& text, std::string const& name, TextForm form) {
+    text.SaveTextSafe(NameFromBytes(name), form.encoding, form.mark);
+    if (text.res != ResDone) ReportFailure(name, text.res);
+    return text.res == ResDone;
+}
+
 }  // namespace vfile::tool

@@ -26,4 +26,7 @@ std::optional<TextForm> ReadText(TCharVFile& text, std::string const& name, std:
 // Makes the text the content of `name`. A file that was not there and cannot be written whole is removed again.
 bool WriteText(TCharVFile& text, std::string const& name, TextForm form);
 
+// The same, so that the name always means the old text or the new.
+bool WriteTextSafely(TCharVFile& text, std::string const& name, TextForm form);
+
 }  // namespace vfile::tool

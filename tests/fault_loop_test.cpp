@@ -1,0 +1,331 @@
+// Whatever a scenario asks of the system fails in turn, once and for good, with every error there is, or falls short.
+// After each fault: what was to be changed is as before or as it should be, the code tells the reason, nothing is lost or
+// left over, and the same objects go on when the system does.
+#include <gtest/gtest.h>
+#include <vfile/char_file.h>
+#include <vfile/host_dir.h>
+#include <vfile/host_file.h>
+
+#include <cerrno>
+#include <climits>
+#include <set>
+#include <thread>
+
+#include "platform/posix/errors.h"
+#include "support/faults.h"
+#include "support/halts.h"
+#include "support/temp_dir.h"
+#include "support/twin.h"
+
+namespace vfile::test {
+namespace {
+
+using Encoding = TCharVFile::Encoding;
+
+constexpr std::int32_t kLarge = 150'000;  // more than two steps, and than the cache
+
+std::string const& Bytes() {
+    static std::string const bytes = Pattern(kLarge);
+    return bytes;
+}
+
+// What a scenario works on. The names are made before the faults begin.
+struct World {
+    TempDir dir;
+    TString const source = dir.Name("source"), target = dir.Name("target"), folder = dir.Name("");
+    TString const pattern = dir.Name("*");
+    VFile file;
+    TCharVFile text;
+    HFile host;
+    TChar name[MaxNameUnits] = {};
+    std::string seen;
+
+    // What the objects hold; asked for when the faults are over.
+    std::string Held() {
+        std::string units(static_cast<std::size_t>(text.Length()), '\0');
+        text.SetPos(0);
+        text.ReadBytes(units.data(), text.Length());
+        return AllBytes(file) + '|' + units + '|' + seen;
+    }
+    // What is on the disk, names and bytes.
+    std::string Listing() const {
+        std::set<std::string> lines;
+        for (auto const& entry : std::filesystem::directory_iterator(dir.Path()))
+            lines.insert(entry.path().filename().string() + '=' + ReadWhole(entry.path().string()));
+        std::string all;
+        for (auto const& line : lines) all += line + '\n';
+        return all;
+    }
+};
+
+void WithTarget(World& w) { WriteWhole(w.dir.Bytes("target"), "old"); }
+void WithTwoNames(World& w) {
+    WithTarget(w);
+    std::filesystem::create_hard_link(w.dir.Bytes("target"), w.dir.Bytes("second"));
+}
+void WithFile(World& w) {
+    WithTarget(w);
+    w.file.ReplaceBuf(0, 0, Bytes().data(), 70'000);
+}
+void WithFileTwoNames(World& w) {
+    WithTwoNames(w);
+    w.file.ReplaceBuf(0, 0, Bytes().data(), 70'000);
+}
+void WithText(World& w) {
+    WithTarget(w);
+    for (int i = 0; i < 1500; ++i) w.text.AppendTStr(u"Text \u00E9 \u8A9E line.\r\n");
+}
+void WithLarge(World& w) { w.file.ReplaceBuf(0, 0, Bytes().data(), kLarge); }
+void WithLines(World& w) { WriteWhole(w.dir.Bytes("source"), "first line\r\nsecond\nthird"); }
+
+template <Encoding encoding>
+FileRes LoadAs(World& w) {
+    w.text.LoadTextAs(w.source.c_str(), encoding, 1);
+    return w.text.res;
+}
+template <Encoding encoding>
+FileRes SaveAs(World& w) {
+    w.text.SaveText(w.target.c_str(), true, encoding, true);
+    return w.text.res;
+}
+template <Encoding encoding>
+FileRes SaveSafeAs(World& w) {
+    w.text.SaveTextSafe(w.target.c_str(), encoding, true);
+    return w.text.res;
+}
+FileRes SaveSafe(World& w) {
+    w.file.SaveSafe(w.target.c_str());
+    return w.file.res;
+}
+FileRes SaveNew(World& w) {
+    w.file.SaveSafe(w.source.c_str());
+    return w.file.res;
+}
+FileRes Copy(World& w) {
+    FileRes code;
+    HFile::Copy(w.source.c_str(), w.target.c_str(), code, true);
+    return code;
+}
+
+struct Scenario {
+    char const* name;
+    void (*prepare)(World&);
+    FileRes (*act)(World&);
+    bool emptied = false;  // a failure leaves the object empty
+    bool torn = false;     // and the target as it got
+    bool stops = false;    // by a halt, when the swap file fails
+};
+
+// clang-format off
+Scenario const kScenarios[] = {
+    {"load", WithFile, [](World& w) { return w.file.Load(w.source.c_str(), 1), w.file.res; }, true},
+    {"save", WithFile, [](World& w) { return w.file.Save(w.target.c_str(), true), w.file.res; }, false, true},
+    {"safe save", WithFile, SaveSafe},
+    {"safe save, new", [](World& w) { WithLarge(w), std::filesystem::remove(w.dir.Bytes("source")); }, SaveNew},
+    {"safe save in place", WithFileTwoNames, SaveSafe},
+    {"safe save of a text", WithText, SaveSafeAs<Encoding::EncodingUtf8>},
+    {"safe save of a text in place", [](World& w) { WithText(w), WithTwoNames(w); }, SaveSafeAs<Encoding::EncodingUtf16>},
+    {"load ANSI", WithText, LoadAs<Encoding::EncodingAnsi>, true},
+    {"load UTF-8", WithText, LoadAs<Encoding::EncodingUtf8>, true},
+    {"load UTF-16", WithText, LoadAs<Encoding::EncodingUtf16>, true},
+    {"load UTF-16BE", WithText, LoadAs<Encoding::EncodingUtf16BE>, true},
+    {"save ANSI", WithText, SaveAs<Encoding::EncodingAnsi>, false, true},
+    {"save UTF-8", WithText, SaveAs<Encoding::EncodingUtf8>, false, true},
+    {"save UTF-16", WithText, SaveAs<Encoding::EncodingUtf16>, false, true},
+    {"save UTF-16BE", WithText, SaveAs<Encoding::EncodingUtf16BE>, false, true},
+    {"copy to new", [](World&) {}, Copy},
+    {"copy over", WithTarget, Copy, false, true},
+    {"rename",
+     [](World&) {},
+     [](World& w) {
+         FileRes code;
+         HFile::Rename(w.source.c_str(), w.target.c_str(), code);
+         return code;
+     }},
+    {"temporary file",
+     [](World&) {},
+     [](World& w) {
+         bool const made = HFile::CreateTempFile(w.host, w.name, MaxNameUnits, u"t", u"x", w.folder.c_str(), true);
+         FileRes const code = w.host.res;
+         if (!made) return code;
+         w.host.Close();
+         std::filesystem::remove(BytesFromName(w.name));
+         return ResDone;
+     }},
+    {"remove",
+     [](World&) {},
+     [](World& w) {
+         FileRes code;
+         HFile::Remove(w.source.c_str(), code);
+         return code;
+     }},
+    {"directory",
+     WithTarget,
+     [](World& w) {  // it ends where the system does not go on, and tells no code
+         HFileDir found;
+         for (bool more = found.FindFirst(w.name, MaxNameUnits, w.pattern.c_str()); more;)
+             more = found.FindNext(w.name, MaxNameUnits);
+         return ResDone;
+     }},
+    {"lines of a host file",
+     WithLines,
+     [](World& w) {
+         char line[20];
+         std::string seen;
+         if (w.host.OpenSeqRead(w.source.c_str())) {
+             for (int i = 0; i < 3 && w.host.res == ResDone; ++i) w.host.ReadLine(line, sizeof line), seen += line;
+         }
+         FileRes const code = w.host.res;
+         if (w.host.IsOpen()) w.host.Close();
+         if (code == ResDone) w.seen = seen;
+         return code;
+     }},
+    {"bytes from a file",
+     WithFile,
+     [](World& w) {
+         if (w.host.OpenSeqRead(w.source.c_str())) w.file.ReplaceFile(1000, 500, w.host, 60'000);
+         FileRes const code = w.file.res ? w.file.res : w.host.res;
+         if (w.host.IsOpen()) w.host.Close();
+         return code;
+     }},
+    {"edits in the swap file",
+     WithLarge,
+     [](World& w) {
+         for (std::int32_t at = 100; at < kLarge; at += 2'000) w.file.ReplaceBuf(at, 7, "much more", 9);
+         return w.file.res;
+     },
+     false, false, true},
+    {"replace all", WithLarge, [](World& w) { return w.file.ReplaceGlobal("abc", "ABCD", false, false), w.file.res; },
+     false, false, true},
+    {"copy of itself", WithLarge, [](World& w) { return w.file.ReplaceTxt(500, 100, w.file, 0, MaxLen), w.file.res; },
+     false, false, true},
+};
+// clang-format on
+
+constexpr int kErrors[] = {EIO,    ENOSPC, EDQUOT, EFBIG,   EACCES, EPERM,    ENOMEM,       EMFILE,
+                           ENFILE, EROFS,  EINVAL, EBADF,   ESTALE, ENETDOWN, EOPNOTSUPP,   ENXIO,
+                           ENODEV, ENOSYS, ELOOP,  ENOTDIR, EISDIR, EEXIST,   ENAMETOOLONG, ETXTBSY,
+                           EBUSY,  ENOENT, EINTR,  EAGAIN,  EPIPE};
+
+struct Tally {
+    int faults = 0;
+    std::set<FileRes> codes;
+} tally;
+
+FileRes CodeOf(int error) {
+    platform::Fail(error);
+    return GetFileRes();
+}
+
+// A listing but for the copy of the old bytes, which is left where a flush in place fails, or its removal.
+std::string WithoutCopy(std::string listing) {
+    std::string const copy = "target.~safe~1=old\n";
+    if (auto const at = listing.find(copy); at != listing.npos) listing.erase(at, copy.size());
+    return listing;
+}
+
+// One run of a scenario under one fault, in a thread of its own, whose memory is fresh. False: no call was left to hit.
+bool RunOnce(Scenario const& s, Fault const& fault, std::string const& held, std::string const& listing) {
+    VFile::SetMaxCacheSize(s.stops ? 70 : 2000);  // no swap file but where one is meant
+    World w;
+    WriteWhole(w.dir.Bytes("source"), Bytes().substr(0, 70'000));
+    s.prepare(w);
+    std::string const oldHeld = w.Held(), oldListing = w.Listing();
+    w.file.SetPos(0);
+    FileRes code = ResDone;
+    Call hit;
+    std::string halt;
+    {
+        Faults const faults(fault);
+        halt = HaltOf([&] { code = s.act(w); });
+        hit = faults.Hit();
+    }
+    if (hit == Call::kNone) return false;
+    SCOPED_TRACE(testing::Message() << s.name << ": call " << fault.nth << ", of kind " << int(hit)
+                                    << ", fault " << fault.kind << ", error " << fault.error << ", code "
+                                    << code);
+    ++tally.faults;
+    tally.codes.insert(code);
+    bool const failed = code != ResDone || !halt.empty();
+    std::set<FileRes> codes{ResDone, CodeOf(fault.error)};
+    if (hit == Call::kLock && fault.error == EAGAIN) codes.insert(ResNoPermission);  // another has it
+    if (fault.error == EBADF) codes.insert(ResNoPermission);                         // the wrong way through
+    if (hit == Call::kName) codes.insert({ResIllegalPath, ResAlreadyExists});  // what is there is not seen
+    if (fault.error == EEXIST) codes.insert(ResNotFound);                      // what is not there is
+    if (fault.kind == Fault::kCutThenFail) codes.insert(ResDiskFull);
+    EXPECT_TRUE(codes.count(code) == 1);
+    EXPECT_TRUE(halt.empty() || s.stops || hit == Call::kAllocate)
+        << halt;  // a page without memory is a stop, too
+    if (w.host.IsOpen()) w.host.Close();
+    ExpectSound(w.file);
+    std::string const nowHeld = w.Held(), left = w.Listing(), nowListing = WithoutCopy(left);
+    EXPECT_TRUE(failed || (nowHeld == held && nowListing == listing)) << "done, and something else";
+    if (failed && !s.stops) {
+        EXPECT_TRUE(nowHeld == oldHeld || (s.emptied && nowHeld == "||")) << "failed, and changed";
+        EXPECT_TRUE(s.torn || left != nowListing || nowListing == oldListing || nowListing == listing)
+            << nowListing.substr(0, 200);
+    }
+    if (!failed || s.stops) return true;
+    w.file.res = w.text.res = w.host.res = ResDone;
+    EXPECT_EQ(s.act(w), ResDone) << "not usable again";
+    EXPECT_TRUE(WithoutCopy(w.Listing()) == listing);
+    return true;
+}
+
+bool RunFresh(Scenario const& s, Fault const& fault, std::string const& held, std::string const& listing) {
+    bool met = false;
+    std::size_t const before = OpenDescriptors();
+    std::thread([&] { met = RunOnce(s, fault, held, listing); }).join();
+    EXPECT_EQ(OpenDescriptors(), before);
+    return met;
+}
+
+// What the scenario leaves when nothing fails.
+void RunClean(Scenario const& s, std::string& held, std::string& listing) {
+    std::thread([&] {
+        World w;
+        WriteWhole(w.dir.Bytes("source"), Bytes().substr(0, 70'000));
+        s.prepare(w);
+        EXPECT_EQ(s.act(w), ResDone);
+        held = w.Held();
+        listing = w.Listing();
+    }).join();
+}
+
+class FaultLoop : public testing::TestWithParam<Scenario> {};
+
+TEST_P(FaultLoop, EveryCallFailsInTurn) {
+    Scenario const& s = GetParam();
+    std::string held, listing;
+    RunClean(s, held, listing);
+    int const before = tally.faults;
+    std::vector<Fault> kinds{
+        {.kind = Fault::kCut, .cut = 1},
+        {.kind = Fault::kCut                  }
+    };
+    for (int const error : kErrors) kinds.push_back({.error = error});
+    for (int const error : {EIO, ENOSPC, ENOMEM, EMFILE, EACCES})
+        kinds.push_back({.kind = Fault::kFailOnward, .error = error});
+    for (int const error : {EIO, ENOSPC}) {
+        for (std::size_t const cut : {0u, 1u})
+            kinds.push_back({.kind = Fault::kCutThenFail, .error = error, .cut = cut});
+    }
+    for (Fault::Kind const kind : {Fault::kFail, Fault::kFailOnward})
+        kinds.push_back({.kind = kind, .error = ENOMEM, .only = Call::kAllocate});
+    for (Fault fault : kinds) {
+        for (bool met = true; met && !HasFailure(); ++fault.nth) {
+            met = RunFresh(s, fault, held, listing);
+        }
+    }
+    RecordProperty("faults", tally.faults - before);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, FaultLoop, testing::ValuesIn(kScenarios), [](auto const& test) {
+    std::string name = test.param.name;
+    for (char& c : name)
+        if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+    return name;
+});
+
+}  // namespace
+}  // namespace vfile::test
