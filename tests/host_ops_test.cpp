@@ -213,14 +213,17 @@ TEST(HostOps, RenameNeverReplaces) {
 
 TEST(HostOps, AMoveToAnotherFileSystemLosesNothing) {
     std::string const other = "/dev/shm/vfile-test-" + std::to_string(getpid());
-    auto const move = [&other](Zoo const& zoo, FileRes& code) {
+    bool onward = false;
+    auto const move = [&](Zoo const& zoo, FileRes& code) {
         std::filesystem::remove(other);
         bool const done = HFile::Rename(zoo.Name("file").c_str(), NameFromBytes(other).c_str(), code);
-        EXPECT_EQ(std::filesystem::exists(other), done);
+        EXPECT_TRUE(std::filesystem::exists(other) == done || onward) << "left, though it could be removed";
         return done;
     };
     if (Info("/dev/shm").st_dev == Info(Zoo().Bytes("file")).st_dev) GTEST_SKIP() << "no second file system";
-    for (bool const onward : {false, true}) EXPECT_GT(FailEachCall(Call::kNone, EIO, onward, move), 8);
+    EXPECT_GT(FailEachCall(Call::kNone, EIO, onward, move), 8);
+    onward = true;
+    EXPECT_GT(FailEachCall(Call::kNone, EIO, onward, move), 8);
     std::filesystem::remove(other);
 }
 

@@ -24,6 +24,7 @@ namespace {
 
 std::function<void()> beforeLock;  // once
 int refusal = 0;                   // of locks and removals
+bool alwaysNamed = false;          // as on a file system without unnamed files
 
 // What the coming transfers do: move that many bytes, or fail with the error below zero. Nothing stands for as the
 // system will.
@@ -52,6 +53,11 @@ int __real_flock(int fd, int operation);
 int __wrap_flock(int fd, int operation) {
     if (auto const action = std::exchange(beforeLock, nullptr)) action();
     return (errno = refusal) != 0 ? -1 : __real_flock(fd, operation);
+}
+int __real_open(char const* path, int flags, mode_t mode);
+int __wrap_open(char const* path, int flags, mode_t mode) {
+    bool const refused = alwaysNamed && (flags & O_TMPFILE) == O_TMPFILE;
+    return refused ? (errno = EOPNOTSUPP, -1) : __real_open(path, flags, mode);
 }
 int __wrap_unlink(char const* path) { return (errno = refusal) != 0 ? -1 : unlinkat(AT_FDCWD, path, 0); }
 ssize_t __wrap_read(int fd, void* dst, size_t len) { return Scripted(preadv2, fd, dst, len, -1); }
@@ -238,30 +244,34 @@ TEST(Transfer, InterruptedCutAndRefused) {
 }
 
 TEST(Swap, NobodyElseCanReachItAndNoPlantedNameIsOpened) {
-    TempDir dir;
-    int const killed = InChild([&] {
-        Handle const file = CreateSwapFile(dir.Name("swap").c_str());
-        struct stat info;
-        return fstat(DescriptorOf(file), &info) == 0 && info.st_nlink == 0 &&
-               (info.st_mode & 07777) == 0600 && ClosesOnExec(file) && kill(getpid(), SIGKILL);
-    });
-    EXPECT_TRUE(WIFSIGNALED(killed) && WTERMSIG(killed) == SIGKILL);
-    EXPECT_EQ(dir.Entries(), 0u);
+    for (bool const named : {false, true}) {
+        alwaysNamed = named;
+        TempDir dir;
+        int const killed = InChild([&] {
+            Handle const file = CreateSwapFile(dir.Name("swap").c_str());
+            struct stat info;
+            return fstat(DescriptorOf(file), &info) == 0 && info.st_nlink == 0 &&
+                   (info.st_mode & 07777) == 0600 && ClosesOnExec(file) && kill(getpid(), SIGKILL);
+        });
+        EXPECT_TRUE(WIFSIGNALED(killed) && WTERMSIG(killed) == SIGKILL);
+        EXPECT_EQ(dir.Entries(), 0u);
 
-    WriteWhole(dir.Bytes("file"), "theirs");
-    std::filesystem::create_symlink("file", dir.Bytes("link"));
-    std::filesystem::create_symlink("none", dir.Bytes("dangling"));
-    auto const refuses = [&](char const* name, std::uint32_t error) {
-        return CreateSwapFile(dir.Name(name).c_str()) == InvalidHandle() && LastError() == error;
-    };
-    for (char const* planted : {"file", "link", "dangling"}) EXPECT_TRUE(refuses(planted, kFileExists));
-    EXPECT_EQ(dir.Entries(), 3u);
+        WriteWhole(dir.Bytes("file"), "theirs");
+        std::filesystem::create_symlink("file", dir.Bytes("link"));
+        std::filesystem::create_symlink("none", dir.Bytes("dangling"));
+        auto const refuses = [&](char const* name, std::uint32_t error) {
+            return CreateSwapFile(dir.Name(name).c_str()) == InvalidHandle() && LastError() == error;
+        };
+        for (char const* planted : {"file", "link", "dangling"}) EXPECT_TRUE(refuses(planted, kFileExists));
+        EXPECT_EQ(dir.Entries(), 3u);
 
-    int const before = DescriptorOf(File(dir.Name("file"), kSharedReader).handle);
-    refusal = EPERM;
-    EXPECT_TRUE(refuses("swap", kAccessDenied)) << "a name that stays";
-    refusal = 0;
-    EXPECT_EQ(DescriptorOf(File(dir.Name("file"), kSharedReader).handle), before) << "one was left open";
+        int const before = DescriptorOf(File(dir.Name("file"), kSharedReader).handle);
+        refusal = EPERM;
+        EXPECT_TRUE(!alwaysNamed || refuses("swap", kAccessDenied)) << "a name that stays";
+        refusal = 0;
+        EXPECT_EQ(DescriptorOf(File(dir.Name("file"), kSharedReader).handle), before) << "one was left open";
+    }
+    alwaysNamed = false;
 }
 
 }  // namespace vfile::platform

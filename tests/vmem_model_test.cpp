@@ -158,7 +158,7 @@ TEST(VMemFaults, WhatFailsAloneStops) {
         {1, {Fault::kFailOnward, 1, ENOSPC, 0, Call::kWriteAt},     kFlushFull },
         {1, {Fault::kCutThenFail, 1, EINVAL, 1023, Call::kWriteAt}, kFlushFull },
         {1, {Fault::kFail, 1, EEXIST, 0, Call::kOpen},              ""         },
-        {1, {Fault::kFail, 1, EMFILE, 0, Call::kOpen},              kNoFile    },
+        {1, {Fault::kFailOnward, 1, EMFILE, 0, Call::kOpen},        kNoFile    },
     };
     for (auto const& [pages, fault, halt] : cases) {
         SCOPED_TRACE(halt + std::to_string(fault.kind));

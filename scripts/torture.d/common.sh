@@ -9,7 +9,7 @@ mkdir "$work/home" "$work/swap"
 export LC_ALL=C.UTF-8
 
 found() {
-    echo "torture: FOUND: $*" >&2
+    echo "torture: FOUND: ${now-}$*" >&2
     ls -la "$work/home" >&2
     exit 1
 }
@@ -17,7 +17,7 @@ found() {
 # fresh BYTES [LINK]: home holds `file` of so many bytes, and a second name of it when LINK is given.
 fresh() {
     rm -rf "${work:?}/home" && mkdir "$work/home"
-    [[ -s $work/old-$1 ]] || yes 'harbor and some more' | head -c "$1" >"$work/old-$1"
+    [[ -s $work/old-$1 ]] || head -c "$1" < <(yes 'harbor and some more') >"$work/old-$1"
     cp "$work/old-$1" "$work/home/file"
     old=$work/old-$1
     new=$work/new-$1

@@ -23,7 +23,8 @@ enum class Call {
     kCopyRange,
     kFlush,
     kName,       // stat, lstat, access, readlink, unlink, symlink
-    kRename,     // and the like, that give a name
+    kRename,     // renameat2
+    kLink,       // rename, linkat
     kAttribute,  // owner, mode, access list and others
     kDirectory,
     kAllocate

@@ -60,6 +60,13 @@ NameBytes::NameBytes(TChar const* name) : systemError_(ENOENT) {
     systemError_ = 0;
 }
 
+DirectoryOf::DirectoryOf(char const* path) {
+    std::string_view const whole(path);
+    std::size_t const slash = whole.find_last_of('/');
+    std::string_view const directory = slash == whole.npos ? "." : whole.substr(0, slash == 0 ? 1 : slash);
+    bytes_[directory.copy(bytes_, sizeof bytes_ - 1)] = '\0';
+}
+
 std::size_t UnitsOfBytes(std::string_view bytes, TChar* dst) {
     std::size_t units = 0;
     for (std::size_t at = 0; at < bytes.size();) {

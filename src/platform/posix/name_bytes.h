@@ -27,6 +27,16 @@ private:
     char bytes_[PATH_MAX];
 };
 
+// The directory that a path names its last component in, "." where it tells none.
+class DirectoryOf {
+public:
+    explicit DirectoryOf(char const* path);
+    char const* Bytes() const { return bytes_; }
+
+private:
+    char bytes_[PATH_MAX];
+};
+
 // The units that `bytes` become, counted; written to `dst` unless it is null.
 std::size_t UnitsOfBytes(std::string_view bytes, TChar* dst);
 

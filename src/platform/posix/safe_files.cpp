@@ -23,21 +23,6 @@ constexpr std::size_t kMostAttribute =
     16384;  // bytes of one, and of the list of their names; more cannot be kept
 constexpr mode_t kModeBits = 07777;
 
-// The directory part of a name, "." where it has none.
-class DirectoryOf {
-public:
-    explicit DirectoryOf(char const* path) {
-        char const* const slash = std::strrchr(path, '/');
-        std::size_t const len = !slash ? 0 : slash == path ? 1 : static_cast<std::size_t>(slash - path);
-        std::memcpy(bytes, len ? path : ".", len ? len : 1);
-        bytes[len ? len : 1] = '\0';
-    }
-    char const* Bytes() const { return bytes; }
-
-private:
-    char bytes[PATH_MAX];
-};
-
 // Puts what a link in `path` leads to in the place of `path`. Zero, or a system error; EINVAL: it is no link.
 int FollowOne(char (&path)[PATH_MAX]) {
     char link[PATH_MAX];
