@@ -64,7 +64,7 @@ std::vector<double> Round(Context const& context, std::string const& path) {
 
 std::string Shown(double figure) {
     char text[32];
-    std::snprintf(text, sizeof text, "%.4g", figure);
+    std::snprintf(text, sizeof text, figure < 100 ? "%.3g" : "%.0f", figure);
     return std::isnan(figure) ? "?" : text;
 }
 

@@ -292,6 +292,8 @@ void RunClean(Scenario const& s, std::string& held, std::string& listing) {
     }).join();
 }
 
+std::ostream& operator<<(std::ostream& out, Scenario const& s) { return out << s.name; }
+
 class FaultLoop : public testing::TestWithParam<Scenario> {};
 
 TEST_P(FaultLoop, EveryCallFailsInTurn) {

@@ -11,6 +11,7 @@
 #include <map>
 #include <thread>
 
+#include "hostfile/safe_target.h"
 #include "support/child.h"
 #include "support/temp_dir.h"
 
@@ -263,6 +264,25 @@ TEST(SafeSave, HeldByAnother) {
     close(holder);
     file.SaveSafe(dir.Name("file").c_str());
     EXPECT_TRUE(ReadWhole(dir.Bytes("file")) == kNew && dir.Entries() == 1);
+}
+
+// What took the target's place during the save is not replaced, and what is left of the save goes.
+TEST(SafeSave, AnotherTookTheNameMeanwhile) {
+    TempDir const dir;
+    for (bool const existed : {true, false}) {
+        if (existed) MakeOld(dir.Path().string());
+        {
+            SafeTarget target(dir.Name("file").c_str());
+            ASSERT_EQ(target.Code(), ResDone);
+            WriteWhole(dir.Bytes("theirs"), "theirs");
+            fs::rename(dir.Bytes("theirs"), dir.Bytes("file"));
+            target.File().Write("ours");
+            EXPECT_EQ(target.Commit(), existed ? ResNoPermission : ResAlreadyExists);
+        }
+        EXPECT_EQ(ReadWhole(dir.Bytes("file")), "theirs");
+        EXPECT_EQ(dir.Entries(), 1u);
+        fs::remove(dir.Bytes("file"));
+    }
 }
 
 }  // namespace

@@ -57,22 +57,24 @@ bool SafeTarget::Open(TChar const* given) {
         return true;
     }
     if (!FollowLinks(given, target, kPathUnits)) return false;
-    return exists ? OpenOld() : OpenFresh(false);
+    return exists ? OpenOld(given) : OpenFresh(false);
 }
 
 // One that may be written but not read can still be replaced.
-bool SafeTarget::OpenOld() {
+bool SafeTarget::OpenOld(TChar const* given) {
     bool const readable =
         old.Take(OpenFile(target, HeldAlone(Access::kReadWrite, Disposition::kOpenExisting)));
     if (!readable && (LastError() != kAccessDenied ||
                       !old.Take(OpenFile(target, HeldAlone(Access::kWrite, Disposition::kOpenExisting))))) {
         return false;
     }
+    if (!IsNameOf(given, old.Get())) return false;  // a link of the system's own, or somebody was faster
     if (CountNames(old.Get()) != 1) return OpenInPlace();
     if (!OpenFresh(true)) return false;
     if (CopyAttributes(old.Get(), handle)) return true;
     if (beside[0] != 0) RemoveNamed(beside);
     file.reset();
+    handle = InvalidHandle();
     return OpenInPlace();
 }
 
@@ -84,8 +86,8 @@ bool SafeTarget::TakeNameBeside(TryName tryName) {
         bool const fits = PutNameBeside(beside, kPathUnits, target, most, number);
         if (fits && tryName(beside)) return true;
         std::uint32_t const reason = fits ? LastError() : std::uint32_t{kInvalidName};
-        if (reason == kInvalidName && most > kSureUnits) {
-            most = kSureUnits;
+        if (reason == kInvalidName && most > 0) {
+            most = most > kSureUnits ? kSureUnits : 0;
             number = 0;
         } else if (reason != kFileExists) {
             SetLastError(reason);
@@ -148,20 +150,20 @@ bool SafeTarget::Finish() {
     return FlushFile(handle);
 }
 
+// Named before it is flushed: of a file without a name some file systems flush nothing that lasts.
 bool SafeTarget::FinishFresh() {
-    if (!FlushFile(handle) || !(old.IsOpen() ? Replace() : Appear())) return false;
+    auto const giveName = [this](TChar const* name) { return GiveName(handle, name); };
+    if (beside[0] == 0 && !TakeNameBeside(giveName)) return false;
+    if (!FlushFile(handle) || !TakePlace()) return false;
     committed = true;
     return FlushDirectoryOf(target);
 }
 
-bool SafeTarget::Replace() {
-    if (beside[0] == 0 && !TakeNameBeside([this](TChar const* name) { return GiveName(handle, name); }))
-        return false;
-    return ReplaceNamed(beside, target);
+// Only a file that is still the one that was opened is replaced, and one that came about meanwhile is not.
+bool SafeTarget::TakePlace() {
+    if (!old.IsOpen()) return RenameNamed(beside, target);
+    return IsNameOf(target, old.Get()) && ReplaceNamed(beside, target);
 }
-
-// A file that came to have the name meanwhile is not one that was meant.
-bool SafeTarget::Appear() { return beside[0] == 0 ? GiveName(handle, target) : RenameNamed(beside, target); }
 
 // Behind the flush nothing is tried again: if it fails, the copy is what there is.
 bool SafeTarget::FinishInPlace() {

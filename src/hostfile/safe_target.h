@@ -1,5 +1,5 @@
 // The file that a safe save writes to, so that at every moment, also after a kill or a power cut, the name means the old
-// file or the new one.
+// file or the new one; or, in place, the name or the copy beside it does.
 //
 //   plain      a device or a pipe has nothing to keep
 //   fresh      the bytes go to a new file in the target's directory, which gets what the old one has besides its bytes,
@@ -42,7 +42,7 @@ private:
     enum class Way { kPlain, kFresh, kInPlace };
 
     bool Open(TChar const* given);
-    bool OpenOld();
+    bool OpenOld(TChar const* given);
     bool OpenFresh(bool ownerOnly);
     bool OpenInPlace();
     template <class TryName>
@@ -50,8 +50,7 @@ private:
     bool MakeNamed(OpenHandle& made, bool ownerOnly);
     bool Finish();
     bool FinishFresh();
-    bool Replace();
-    bool Appear();
+    bool TakePlace();
     bool FinishInPlace();
     void TakeBack();
     bool PutBack();

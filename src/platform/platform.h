@@ -138,6 +138,9 @@ bool GiveName(Handle file, TChar const* name);
 // them all.
 bool CopyAttributes(Handle from, Handle to);
 
+// Whether `name`, links followed, means this very file; another is kSharingViolation.
+bool IsNameOf(TChar const* name, Handle file);
+
 // How many names a file has, -1 where it cannot be told.
 std::int64_t CountNames(Handle file);
 

@@ -1,5 +1,6 @@
 // Text files of the host, out.
 #include <vfile/char_file.h>
+#include <vfile/halt.h>
 #include <vfile/host_file.h>
 
 #include <algorithm>
@@ -7,6 +8,7 @@
 
 #include "hostfile/safe_target.h"
 #include "text/codec.h"
+#include "vfile/block.h"
 #include "vfile/step_buffer.h"
 
 namespace vfile {
@@ -44,6 +46,7 @@ void TCharVFile::SaveText(TChar const* name, bool overwrite, Encoding encoding, 
 }
 
 void TCharVFile::SaveTextSafe(TChar const* name, Encoding encoding, bool writeBom) {
+    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
     SetPos(0);
     res = Encoder(Known(encoding)).Open();
     if (res != ResDone) return;

@@ -22,14 +22,6 @@ public:
 
     bool HasMore() const { return left_ > 0; }
 
-    // The next `most` bytes, to be read on their own.
-    FuzzInput Next(std::size_t most) {
-        FuzzInput const part(next_, left_ < most ? left_ : most);
-        next_ += part.left_;
-        left_ -= part.left_;
-        return part;
-    }
-
     std::uint8_t Byte() { return left_ > 0 ? (--left_, *next_++) : std::uint8_t{0}; }
 
     // Up to `most` units, none of them NUL. One byte makes one unit, so that letters and signs come often; from 0xF0

@@ -15,11 +15,11 @@ struct HookThrew {};
 
 // What the hooks do during one operation, told alike to the file and to its model.
 struct Script {
-    enum Act { kNothing, kVeto, kThrowBefore, kThrowAfter, kChangeAfter };
+    enum Act { kNothing, kVeto, kThrowBefore, kThrowAfter, kChangeAfter, kMoveAfter };
     Act act = kNothing;
     int at = 1;                          // the change that it befalls, counted from 1
     std::int32_t veto = ResReadOnly;     // kVeto
-    std::int32_t start = 0, delLen = 0;  // kChangeAfter: a further change of the same file
+    std::int32_t start = 0, delLen = 0;  // kChangeAfter: a further change of the same file; kMoveAfter: to `start`
     std::string data{};
     bool keepGone = false;  // note the bytes that are to go
 };
@@ -60,6 +60,7 @@ protected:
         bool const acts = ++after == script.at;
         if (acts && script.act == Script::kThrowAfter) throw HookThrew{};
         f.Track();
+        if (acts && script.act == Script::kMoveAfter) f.SetPos(script.start);
         if (!acts || script.act != Script::kChangeAfter) return;
         f.ReplaceBuf(script.start, script.delLen, script.data.data(),
                      static_cast<std::int32_t>(script.data.size()));

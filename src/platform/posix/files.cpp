@@ -203,8 +203,12 @@ bool TruncateHere(Handle file) {
 
 bool FlushFile(Handle file) {
     if (Repeated([&] { return fsync(DescriptorOf(file)); }) == 0) return true;
-    // A pipe or a terminal has no device behind it that bytes could wait for.
-    return errno == EINVAL || errno == EROFS || Fail(errno);
+    // A pipe or a terminal has no device behind it that bytes could wait for. The same words about a file mean that
+    // its file system has broken down.
+    int const reason = errno;
+    struct stat info;
+    bool const regular = fstat(DescriptorOf(file), &info) == 0 && S_ISREG(info.st_mode);
+    return reason == EINVAL || (reason == EROFS && !regular) || Fail(reason);
 }
 
 }  // namespace vfile::platform

@@ -92,7 +92,7 @@ bool FollowLinks(TChar const* name, TChar* found, std::uint32_t size) {
     char path[PATH_MAX];
     std::strcpy(path, given.Bytes());
     int reason = 0;
-    for (int links = 0; reason == 0; ++links) reason = links == kMostLinks ? ELOOP : FollowOne(path);
+    for (int links = 0; reason == 0; ++links) reason = links > kMostLinks ? ELOOP : FollowOne(path);
     if (reason != EINVAL && reason != ENOENT) return Fail(reason);
     std::size_t const units = UnitsOfBytes(path, nullptr);
     if (units >= size) return Fail(ENAMETOOLONG);
@@ -138,6 +138,18 @@ bool CopyAttributes(Handle from, Handle to) {
     return fchmod(target, old.st_mode & kModeBits) == 0 || Fail(errno);
 }
 
+bool IsNameOf(TChar const* name, Handle file) {
+    NameBytes const path(name);
+    if (path.SystemError() != 0) return Fail(path.SystemError());
+    struct stat named, held;
+    if (fstat(DescriptorOf(file), &held) != 0) return Fail(errno);
+    if (stat(path.Bytes(), &named) != 0) {
+        StoreNameError(errno, path.Bytes());
+        return false;
+    }
+    return (named.st_dev == held.st_dev && named.st_ino == held.st_ino) || Fail(EBUSY);
+}
+
 std::int64_t CountNames(Handle file) {
     struct stat info;
     return fstat(DescriptorOf(file), &info) == 0 ? static_cast<std::int64_t>(info.st_nlink) : -1;
@@ -161,7 +173,7 @@ bool FlushDirectoryOf(TChar const* name) {
     if (descriptor == -1) return errno == EACCES || Fail(errno);
     int const reason = Repeated([&] { return fsync(descriptor); }) == 0 ? 0 : errno;
     close(descriptor);
-    return reason == 0 || reason == EINVAL || reason == EROFS || reason == ENOTSUP || Fail(reason);
+    return reason == 0 || reason == EINVAL || reason == ENOTSUP || Fail(reason);
 }
 
 }  // namespace vfile::platform
