@@ -2,9 +2,9 @@
 #include <vfile/char_file.h>
 #include <vfile/halt.h>
 
+#include "hostfile/open_handle.h"
 #include "text/text_inflow.h"
 #include "vfile/host_end.h"
-#include "hostfile/open_handle.h"
 
 namespace vfile {
 

@@ -144,7 +144,9 @@ ssize_t __wrap_pwritev(int fd, iovec const* pieces, int count, off_t at) {
 DIR* __real_opendir(char const* path);
 DIR* __wrap_opendir(char const* path) { return Fails(Call::kDirectory) ? nullptr : __real_opendir(path); }
 dirent* __real_readdir(DIR* directory);
-dirent* __wrap_readdir(DIR* directory) { return Fails(Call::kDirectory) ? nullptr : __real_readdir(directory); }
+dirent* __wrap_readdir(DIR* directory) {
+    return Fails(Call::kDirectory) ? nullptr : __real_readdir(directory);
+}
 
 void* __real_malloc(size_t size);
 void* __wrap_malloc(size_t size) { return Fails(Call::kAllocate) ? nullptr : __real_malloc(size); }

@@ -17,9 +17,10 @@ struct HookThrew {};
 struct Script {
     enum Act { kNothing, kVeto, kThrowBefore, kThrowAfter, kChangeAfter, kMoveAfter };
     Act act = kNothing;
-    int at = 1;                          // the change that it befalls, counted from 1
-    std::int32_t veto = ResReadOnly;     // kVeto
-    std::int32_t start = 0, delLen = 0;  // kChangeAfter: a further change of the same file; kMoveAfter: to `start`
+    int at = 1;                       // the change that it befalls, counted from 1
+    std::int32_t veto = ResReadOnly;  // kVeto
+    std::int32_t start = 0,
+                 delLen = 0;  // kChangeAfter: a further change of the same file; kMoveAfter: to `start`
     std::string data{};
     bool keepGone = false;  // note the bytes that are to go
 };

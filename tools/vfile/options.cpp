@@ -222,7 +222,8 @@ void CheckTogether(Options& options) {
     if (writes && options.output.empty() != options.inPlace)
         throw CLI::ValidationError("OUT", "either it or --in-place is wanted");
     if (!options.inPlace) return;
-    if (options.file == kStandardStream) throw CLI::ValidationError("--in-place", "standard input has no place");
+    if (options.file == kStandardStream)
+        throw CLI::ValidationError("--in-place", "standard input has no place");
     options.output = options.file;
 }
 

@@ -13,8 +13,8 @@ struct Options {
     enum class Command { kBackup, kInfo, kConvert, kCut, kInsert, kDelete, kFind, kReplace, kLines };
 
     Command command = Command::kInfo;
-    std::string file;    // read whole; "-" is standard input
-    std::string output;  // written whole; "-" is standard output
+    std::string file;      // read whole; "-" is standard input
+    std::string output;    // written whole; "-" is standard output
     bool inPlace = false;  // the output is the file, and replaced safely
     std::int32_t at = 0;
     std::int32_t len = 0;
