@@ -90,7 +90,7 @@ bool FollowLinks(TChar const* name, TChar* found, std::uint32_t size) {
     NameBytes const given(name);
     if (given.SystemError() != 0) return Fail(given.SystemError());
     char path[PATH_MAX];
-    std::strcpy(path, given.Bytes());
+    std::memcpy(path, given.Bytes(), std::strlen(given.Bytes()) + 1);
     int reason = 0;
     for (int links = 0; reason == 0; ++links) reason = links > kMostLinks ? ELOOP : FollowOne(path);
     if (reason != EINVAL && reason != ENOENT) return Fail(reason);
