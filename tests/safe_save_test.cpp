@@ -223,8 +223,12 @@ void SaveAll(bool asRoot) {
         Outcome const outcome = asRoot ? kind.asRoot : kind.asUser;
         bool const foreign = Info(path + "/file").st_uid == 1;
         if (!asRoot && geteuid() == 0) {
-            for (auto const& entry : fs::recursive_directory_iterator(path))
+            for (auto const& entry : fs::recursive_directory_iterator(path)) {
+                struct stat const was = Info(entry.path());
                 if (!foreign) std::ignore = lchown(entry.path().c_str(), kUser, kUser);
+                if (!S_ISLNK(was.st_mode))
+                    chmod(entry.path().c_str(), was.st_mode & 07777);  // with its set-id bits
+            }
             std::ignore = chown(path.c_str(), kUser, kUser);
         }
         int const status = InChild([&] {

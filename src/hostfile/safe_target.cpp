@@ -10,9 +10,8 @@ namespace {
 
 using namespace platform;
 
-constexpr int kMostNames = 10000;  // leftovers of kills that are passed over
-constexpr std::size_t kSureUnits =
-    80;  // of a name: no file system finds that too long with a number behind it
+constexpr int kMostNames = 10000;       // leftovers of kills that are passed over
+constexpr std::size_t kSureUnits = 80;  // of a name: hardly any file system finds it and a number too long
 constexpr std::u16string_view kSuffix = u".~safe~";
 
 OpenMode HeldAlone(Access access, Disposition disposition, bool ownerOnly = false) {
@@ -154,6 +153,7 @@ bool SafeTarget::Finish() {
 bool SafeTarget::FinishFresh() {
     auto const giveName = [this](TChar const* name) { return GiveName(handle, name); };
     if (beside[0] == 0 && !TakeNameBeside(giveName)) return false;
+    if (old.IsOpen() && !CopyAttributes(old.Get(), handle)) return false;  // writing takes set-id bits away
     if (!FlushFile(handle) || !TakePlace()) return false;
     committed = true;
     return FlushDirectoryOf(target);
