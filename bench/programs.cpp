@@ -3,7 +3,7 @@
 //
 //   job   program   seconds   least   greatest   MiB of memory at most
 //
-// A program that does not end in time, or is not there, has question marks.
+// A program that does not end in time has question marks; one that is not there has no line.
 #include <unistd.h>
 
 #include <algorithm>
@@ -100,7 +100,7 @@ bool IsThere(std::string const& command) {
     return std::system(("command -v " + program + " >/dev/null").c_str()) == 0;
 }
 
-// The seconds and the memory of as many runs as there are rounds; none when it is not there or takes too long.
+// The seconds and the memory of as many runs as there are rounds; none when it takes too long.
 void Time(Context const& context, Program const& program, Samples& seconds, Samples& peak) {
     for (int round = 0; round < std::min(context.rounds, 3); ++round) {
         Remove("out");
@@ -115,9 +115,9 @@ void Time(Context const& context, Program const& program, Samples& seconds, Samp
 
 void Do(Context const& context, Job const& job) {
     for (Program const& program : job.programs) {
+        if (!IsThere(program.command)) continue;
         Samples seconds, peak;
-        bool const there = IsThere(program.command);
-        if (there) Time(context, program, seconds, peak);
+        Time(context, program, seconds, peak);
         std::string const name = job.name + "\t" + program.name;
         if (seconds.Median() == 0) {
             std::printf("%s\t?\t?\t?\t?\n", name.c_str());

@@ -5,7 +5,7 @@
 //   [ppqqqq][qqqqaXX.][t.......]     or, where XX stands near the head, and what comes for it has room there
 //
 // The halves of a split block stay half empty until something is inserted into them. A replacement all over a file,
-// which goes upward, now splits one block and passes its room on from match to match, instead of doubling the blocks.
+// which goes upward, splits one block and passes its room on from match to match, instead of doubling the blocks.
 #include <vfile/vmem.h>
 
 #include <algorithm>

@@ -19,9 +19,10 @@ namespace vfile::platform {
 namespace {
 
 constexpr int kMostLinks = 40;  // as many as the system itself follows
-constexpr std::size_t kMostAttribute =
-    16384;  // bytes of one, and of the list of their names; more cannot be kept
 constexpr mode_t kModeBits = 07777;
+
+// Bytes of an attribute, and of the list of their names: more cannot be kept.
+constexpr std::size_t kMostAttribute = 16384;
 
 // Puts what a link in `path` leads to in the place of `path`. Zero, or a system error; EINVAL: it is no link.
 int FollowOne(char (&path)[PATH_MAX]) {
