@@ -6,8 +6,10 @@
 #include <vfile/host_dir.h>
 #include <vfile/host_file.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <map>
 #include <set>
 #include <thread>
@@ -150,7 +152,9 @@ Scenario const kScenarios[] = {
          FileRes const code = w.host.res;
          if (!made) return code;
          w.host.Close();
-         std::filesystem::remove(BytesFromName(w.name));
+         char path[MaxNameUnits];  // no string: that may be what fails
+         std::transform(w.name, w.name + MaxNameUnits, path, [](TChar c) { return static_cast<char>(c); });
+         std::remove(path);
          return ResDone;
      }},
     {"remove",
@@ -167,6 +171,13 @@ Scenario const kScenarios[] = {
          for (bool more = found.FindFirst(w.name, MaxNameUnits, w.pattern.c_str()); more;)
              more = found.FindNext(w.name, MaxNameUnits);
          return ResDone;
+     }},
+    {"strings",
+     WithText,
+     [](World& w) {
+         std::string const text = BytesFromName(w.text.ToString().c_str());
+         if (w.text.res == ResDone) w.seen = text + BytesFromName(NameFromBytes(text).c_str());
+         return w.text.res;
      }},
     {"lines of a host file",
      WithLines,
@@ -240,7 +251,11 @@ bool RunOnce(Scenario const& s, Fault const& fault, std::string const& held, Lis
     std::string halt;
     {
         Faults const faults(fault);
-        halt = HaltOf([&] { code = s.act(w); });
+        try {
+            halt = HaltOf([&] { code = s.act(w); });
+        } catch (std::bad_alloc const&) {
+            code = ResHeapOverflow;  // of a string that was to be made
+        }
         hit = faults.Hit();
     }
     if (hit == Call::kNone) return false;
@@ -318,7 +333,8 @@ TEST_P(FaultLoop, EveryCallFailsInTurn) {
             kinds.push_back({.kind = Fault::kCutThenFail, .error = error, .cut = cut});
     }
     for (Fault::Kind const kind : {Fault::kFail, Fault::kFailOnward})
-        kinds.push_back({.kind = kind, .error = ENOMEM, .only = Call::kAllocate});
+        for (Call const memory : {Call::kAllocate, Call::kNew})
+            kinds.push_back({.kind = kind, .error = ENOMEM, .only = memory});
     for (Fault fault : kinds) {
         for (bool met = true; met && !HasFailure(); ++fault.nth) {
             met = RunFresh(s, fault, held, listing);

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <new>
@@ -23,7 +24,7 @@ Fault plan;
 int counted = 0;
 Call hit = Call::kNone;
 
-bool Counts(Call call) { return plan.only == call || (plan.only == Call::kNone && call != Call::kAllocate); }
+bool Counts(Call call) { return plan.only == call || (plan.only == Call::kNone && call < Call::kAllocate); }
 
 // Whether this is the call that is meant; it is noted then.
 bool Strikes(Call call) {
@@ -152,10 +153,18 @@ void* __real_malloc(size_t size);
 void* __wrap_malloc(size_t size) { return Fails(Call::kAllocate) ? nullptr : __real_malloc(size); }
 }
 
-// The library asks for objects in these forms alone.
+// All forms, so that what one gives the other takes back.
+void* operator new(std::size_t size) {
+    void* const memory = Fails(Call::kNew) ? nullptr : __real_malloc(size);
+    return memory ? memory : throw std::bad_alloc();
+}
 void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
-    return Fails(Call::kAllocate) ? nullptr : ::operator new(size);
+    return Fails(Call::kAllocate) ? nullptr : __real_malloc(size);
 }
 void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
-    return Fails(Call::kAllocate) ? nullptr : ::operator new[](size);
+    return Fails(Call::kAllocate) ? nullptr : __real_malloc(size);
 }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }

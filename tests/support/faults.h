@@ -27,7 +27,8 @@ enum class Call {
     kLink,       // rename, linkat
     kAttribute,  // owner, mode, access list and others
     kDirectory,
-    kAllocate
+    kAllocate,  // malloc and the forms of new that give null
+    kNew        // the new that throws
 };
 
 struct Fault {
@@ -42,7 +43,7 @@ struct Fault {
     int nth = 1;
     int error = 0;
     std::size_t cut = 0;
-    Call only = Call::kNone;  // hit the calls of this name alone; allocations are counted only when named
+    Call only = Call::kNone;  // hit the calls of this name alone; memory is counted only when named
 };
 
 // In force while it lives; one at a time.
