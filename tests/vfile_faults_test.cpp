@@ -22,15 +22,6 @@ namespace {
 
 constexpr std::int32_t kLength = 200'000;
 
-// The address of the page that would be given next: it stays where it is while pages are reused.
-std::int32_t NextPage(VMem& memory) {
-    std::int32_t addr = 0;
-    memory.AllocPage(addr);
-    std::int32_t const next = addr;
-    memory.DeallocPage(addr);
-    return next;
-}
-
 class VFileFaults : public testing::Test {
 protected:
     VFileFaults() {
@@ -101,26 +92,6 @@ TEST_F(VFileFaults, MemoryRunsOut) {
         }
     }
     EXPECT_GE(refused, 6) << "hardly an allocation was refused";
-}
-
-TEST_F(VFileFaults, NoBlockIsLost) {
-    VMem& memory = VFileInspector::Memory(old_);
-    std::int32_t settled = 0;
-    for (int round = 0; round < 3; ++round) {
-        for (int how = Script::kNothing; how < Script::kChangeAfter; ++how) {
-            for (auto const& act : kActs) {
-                Probe file;
-                file.ReplaceTxt(0, 0, old_, 0, MaxLen);
-                file.Begin({.act = static_cast<Script::Act>(how)});
-                try {
-                    act(file);
-                } catch (HookThrew const&) {
-                }
-            }
-        }
-        if (round == 0) settled = NextPage(memory);
-    }
-    EXPECT_EQ(NextPage(memory), settled);
 }
 
 // A file that cannot come into being leaves the thread as if it had never been asked for.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <vfile/vmem.h>
 
 #include "support/model.h"
 #include "vfile/block.h"
@@ -22,6 +23,15 @@ inline std::string AllBytes(VFile const& file) { return PartOf(file, 0, file.Len
 inline void ExpectSound(VFile const& file) {
     char const* const broken = BrokenRule(file);
     EXPECT_EQ(broken, nullptr) << broken;
+}
+
+// The address of the page that would be given next: it stays where it is while pages are reused.
+inline std::int32_t NextPage(VMem& memory) {
+    std::int32_t addr = 0;
+    memory.AllocPage(addr);
+    std::int32_t const next = addr;
+    memory.DeallocPage(addr);
+    return next;
 }
 
 // A virtual file whose hooks keep a record and follow a script.

@@ -1,0 +1,292 @@
+// Hooks that veto, throw, read, and edit or move what they should and what they should not, in every call that changes.
+#include <gtest/gtest.h>
+#include <vfile/char_file.h>
+#include <vfile/host_file.h>
+#include <vfile/vmem.h>
+
+#include <algorithm>
+#include <set>
+#include <vector>
+
+#include "support/faults.h"
+#include "support/halts.h"
+#include "support/host_source.h"
+#include "support/twin.h"
+
+namespace vfile::test {
+namespace {
+
+enum class Hook { kNone, kPre, kPost, kFlag };
+enum class Act { kVeto, kThrow, kRead, kEditOther, kEditSelf, kMove };
+constexpr Act kActs[] = {Act::kVeto, Act::kThrow, Act::kRead, Act::kEditOther, Act::kEditSelf, Act::kMove};
+constexpr std::int32_t kVetoCode = 77;
+
+struct Plan {
+    Hook hook = Hook::kNone;
+    Act act = Act::kVeto;
+    int at = 1;  // the call of that hook
+    VFile* other = nullptr;
+};
+
+// The content of a file behind its edit from inside.
+std::string Edited(std::string const& bytes) {
+    return "<edit>" + bytes.substr(std::min<std::size_t>(1500, bytes.size()));
+}
+
+// Both views of one file.
+class Hooked : public TCharVFile {
+public:
+    std::vector<std::string> stages;  // the bytes from the start on and behind each change
+    int flagCalls = 0;
+
+    vfile::VFile& bytes = (vfile::VFile&)*this;
+
+    void Begin(std::string const& content, Plan const& plan) {
+        plan_ = {};
+        res = ResDone;
+        SetFlags(TrackModified);
+        bytes.ReplaceBuf(0, MaxLen, content.data(), static_cast<std::int32_t>(content.size()));
+        ExclFlag(Modified);
+        SetPos(700);
+        plan_ = plan;
+        stages = {AllBytes(bytes)};
+        seen_ = flagCalls = 0;
+    }
+
+protected:
+    std::int32_t PreChange(std::int32_t, std::int32_t, std::int32_t) const override {
+        return const_cast<Hooked*>(this)->Meet(Hook::kPre) ? kVetoCode : ResDone;
+    }
+    void PostChange(std::int32_t start, std::int32_t delLen, std::int32_t insLen) override {
+        ExpectSound(bytes);
+        if (!inside_) stages.push_back(AllBytes(bytes));
+        TCharVFile::PostChange(start, delLen, insLen);
+        Meet(Hook::kPost);
+    }
+    void PostChangeFlag(std::int32_t, bool) override {
+        ++flagCalls;
+        Meet(Hook::kFlag);
+    }
+
+private:
+    Plan plan_;
+    int seen_ = 0;
+    bool inside_ = false;
+
+    // True: this is a veto.
+    bool Meet(Hook hook) {
+        if (inside_ || hook != plan_.hook || ++seen_ != plan_.at) return false;
+        struct Inside {
+            bool& flag;
+            explicit Inside(bool& f) : flag(f) { flag = true; }
+            ~Inside() { flag = false; }
+        } const inside(inside_);
+        switch (plan_.act) {
+            case Act::kVeto:
+                return true;
+            case Act::kThrow:
+                throw HookThrew{};
+            case Act::kRead:
+                Read(hook);
+                break;
+            case Act::kEditOther:
+                plan_.other->ReplaceTxt(1, 2, bytes, 3, 1200);
+                break;
+            case Act::kEditSelf:
+                bytes.ReplaceBuf(0, 1500, "<edit>", 6);
+                break;
+            case Act::kMove:
+                SetPos(GetPos() == 0 ? 1 : 0);
+        }
+        return false;
+    }
+
+    void Read(Hook hook) {
+        std::string const now = AllBytes(bytes);
+        vfile::VFile const kept(bytes, 0, MaxLen);
+        EXPECT_TRUE(AllBytes(kept) == now);
+        unsigned char byte = 0;
+        plan_.other->SetPos(0);
+        plan_.other->ReadByte(byte);
+        EXPECT_EQ(byte, '0');
+        if (hook == Hook::kPre) return;  // that one leaves its own cursor alone
+        SetPos(0);
+        ReadByte(byte);
+        EXPECT_EQ(eof, now.empty());
+    }
+};
+
+// What the calls take from: a host file, and a virtual one.
+struct Sources {
+    HostSource host{"\xEF\xBB\xBF" + std::string(3000, 'h')};
+    TCharVFile text;
+    VFile other{'o', 1800};
+    Sources() { text.AppendTChar(u't', 900); }
+};
+
+struct Call {
+    char const* operation;  // the name in a stop at its last change
+    void (*run)(VFile& f, TCharVFile& t, Sources& s);
+};
+
+// clang-format off
+Call const kCalls[] = {
+    {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f.ReplaceBuf(1000, 3, "new", 3); }},
+    {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f.ReplaceBuf(1000, 700, std::string(5000, 'n').data(), 5000); }},
+    {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f.ReplaceBuf(0, MaxLen, nullptr, 0); }},
+    {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f.ReplaceCh(900, SameLen, 'c', 1); }},
+    {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f.ReplaceCh(900, 10, 'c', 3000); }},
+    {"ReplaceTxt", [](VFile& f, TCharVFile&, Sources& s) { f.ReplaceTxt(1024, 1024, s.other, 5, MaxLen); }},
+    {"ReplaceTxt", [](VFile& f, TCharVFile&, Sources&) { f.ReplaceTxt(2000, 0, f, 500, 2500); }},
+    {"ReplaceFile", [](VFile& f, TCharVFile&, Sources& s) { f.ReplaceFile(1024, 1, s.host.file, 2048); }},
+    {"ReplaceFile", [](VFile& f, TCharVFile&, Sources& s) { f.ReplaceFile(10, 2000, s.host.AsHandle(f), MaxLen); }},
+    {"ReplaceFile", [](VFile& f, TCharVFile&, Sources& s) { f.ReadFromFile(s.host.AsHandle(f), 100); }},
+    {"ReplaceFile", [](VFile& f, TCharVFile&, Sources& s) { f.Write(s.host.file, 1); }},
+    {"ReplaceFile", [](VFile& f, TCharVFile&, Sources& s) { f.ReadFile(s.host.AsName(f), 1); }},
+    {"ReplaceFile", [](VFile& f, TCharVFile&, Sources& s) { f.Load(s.host.AsName(f), 1); }},
+    {"LoadText", [](VFile&, TCharVFile& t, Sources& s) { t.LoadText(s.host.AsName(s.other), 1); }},
+    {"LoadText", [](VFile&, TCharVFile& t, Sources& s) { t.LoadTextAs(s.host.AsName(s.other), t.EncodingAnsi, 1); }},
+    {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f.ReplaceGlobal("#@", "...", false, false); }},
+    {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t.ReplaceGlobalTChars(u"\u4023", u"longer than it was", false, false); }},
+    {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f.Truncate(); }},
+    {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f << "text" << 12 << 'c'; }},
+    {"ReplaceTxt", [](VFile& f, TCharVFile&, Sources& s) { f += s.other; }},
+    {"ReplaceTxt", [](VFile&, TCharVFile& t, Sources& s) { t = s.text; }},
+    {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t = u"assigned"; }},
+    {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t.AppendTStr(u"appended"); }},
+    {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t.InsertTChar(u'u', 2000); }},
+    {"ReplaceTxt", [](VFile&, TCharVFile& t, Sources& s) { t.AppendTChars(s.text, 3, 800); }},
+    {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t.DeleteTChars(100, 900); }},
+    {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t << u"number " << 1234567; }},
+    {"", [](VFile& f, TCharVFile&, Sources&) { f.ToggleFlag(VFile::InsertMode | VFile::EolWatchOn); }},
+    {"", [](VFile& f, TCharVFile&, Sources&) { f.SetFlag(VFile::EolWatchOff, true); }},
+};
+// clang-format on
+
+std::string Content() {
+    TCharVFile text;
+    for (int i = 0; i < 4; ++i) {
+        for (int n = 0; n < 40; ++n) text << u"line " << n << u"\r\n";
+        text << u'\u4023';
+    }
+    return AllBytes((VFile&)text);
+}
+
+class HooksTest : public testing::Test {
+protected:
+    std::string const content_ = Content();
+    Sources sources_;
+    int runs_ = 0;
+
+    void Run(Call const& call, Hooked& f) {
+        sources_.host.At(0);
+        call.run(f.bytes, f, sources_);
+    }
+
+    struct Outcome {
+        std::string halt;
+        bool threw = false;  // from the hook
+    };
+
+    Outcome Provoke(Call const& call, Hooked& f, bool haltThrows) {
+        Outcome outcome;
+        try {
+            if (haltThrows) {
+                outcome.halt = HaltOf([&] { Run(call, f); });
+            } else {
+                NoteHalts noted;
+                Run(call, f);
+                for (TString const& text : noted.Take()) outcome.halt.append(text.begin(), text.end());
+            }
+        } catch (HookThrew const&) {
+            outcome.threw = true;
+        }
+        return outcome;
+    }
+
+    // What the call does without a plan tells what it should do with this one.
+    void Try(Call const& call, Hooked const& clean, Plan plan, bool haltThrows) {
+        VFile other('0', 500);
+        plan.other = &other;
+        std::size_t const last = clean.stages.size() - 1, at = static_cast<std::size_t>(plan.at);
+        bool const pre = plan.hook == Hook::kPre;
+        std::size_t const reached = last == 0 ? 0 : pre ? at - 1 : at;  // the stage when the hook acts
+        bool const inside = plan.act == Act::kEditSelf;
+        // An edit in the middle of several changes leads elsewhere.
+        if (inside && !pre && reached != last) return;
+        bool const forbidden = pre && (inside || (plan.act == Act::kMove && !clean.stages[reached].empty()));
+        bool const vetoed = plan.act == Act::kVeto;
+        bool const ends = forbidden || vetoed || plan.act == Act::kThrow;
+
+        Hooked f;
+        f.Begin(content_, plan);
+        std::size_t const descriptors = OpenDescriptors();
+        Outcome const outcome = Provoke(call, f, haltThrows);
+        ++runs_;
+
+        EXPECT_EQ(outcome.threw, plan.act == Act::kThrow);
+        std::string const operation = at == last ? call.operation : "ReplaceBuf";
+        EXPECT_EQ(outcome.halt, forbidden ? "VFile, " + operation + "():\nfile changed in PreChange" : "");
+        EXPECT_EQ(OpenDescriptors(), descriptors);
+        std::string const& stage = clean.stages[ends ? reached : last];
+        EXPECT_TRUE(AllBytes(f.bytes) == (inside ? Edited(stage) : stage));
+        ExpectSound(f.bytes);
+        if (plan.act == Act::kEditOther) {
+            std::string const& met = clean.stages[reached];
+            std::string const taken = met.substr(std::min<std::size_t>(3, met.size()), 1200);
+            EXPECT_TRUE(AllBytes(other) == '0' + taken + std::string(497, '0'));
+        }
+        if (vetoed || (forbidden && !haltThrows)) {
+            EXPECT_EQ(f.res, vetoed ? kVetoCode : ResContextError);
+        }
+        if (!ends) {
+            EXPECT_EQ(f.res, clean.res);
+            EXPECT_TRUE(last == 0 || f.GetPos() == std::min(clean.GetPos(), f.Length()));
+        }
+        Again(call, clean, f);
+    }
+
+    // The same object does the job when nothing disturbs it.
+    void Again(Call const& call, Hooked const& clean, Hooked& f) {
+        f.Begin(content_, {});
+        Run(call, f);
+        EXPECT_TRUE(AllBytes(f.bytes) == clean.stages.back());
+        EXPECT_EQ(f.GetPos(), clean.GetPos());
+        EXPECT_EQ(f.res, clean.res);
+    }
+
+    void TryAll(Call const& call) {
+        Hooked clean;
+        clean.Begin(content_, {});
+        Run(call, clean);
+        int const changes = static_cast<int>(clean.stages.size()) - 1;
+        for (Hook const hook : {Hook::kPre, Hook::kPost, Hook::kFlag}) {
+            int const times = hook == Hook::kFlag ? clean.flagCalls : changes;
+            for (int const at : std::set{1, 2, times}) {
+                for (Act const act : kActs) {
+                    if (at == 0 || at > times || (act == Act::kVeto && hook != Hook::kPre)) continue;
+                    for (bool const haltThrows : {true, false}) {
+                        SCOPED_TRACE(testing::Message() << "call " << &call - kCalls << ", hook " << int(hook)
+                                                        << ", its call " << at << ", act " << int(act));
+                        Try(call, clean, {hook, act, at}, haltThrows);
+                    }
+                }
+            }
+        }
+    }
+};
+
+TEST_F(HooksTest, MayDoWhatTheyMayInEveryCall) {
+    VMem& memory = VFileInspector::Memory(sources_.other);
+    std::int32_t settled = 0;
+    for (int round = 0; round < 2; ++round) {
+        for (Call const& call : kCalls) TryAll(call);
+        if (round == 0) settled = NextPage(memory);
+    }
+    EXPECT_EQ(NextPage(memory), settled) << "a block was lost";
+    RecordProperty("runs", runs_);
+    EXPECT_GT(runs_, 1000);
+}
+
+}  // namespace
+}  // namespace vfile::test
