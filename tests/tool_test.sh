@@ -160,6 +160,11 @@ done
 same 'printf "m1:4:2:2\nm1:0:1:1\nm2:1:1:2\n"' 'printf "\377\376a\0\r\0\n\0b\0a\0" >m1; printf "\357\273\277xa" >m2; $vfile find --text "m?" a --back'
 fails "vfile: text is read from files*" '$vfile find --text - x <u8'
 same 'printf "Gr\xFC\xDFe \x80 ??\nend\n"' 'LC_ALL=C $vfile convert u8 ansi --from utf-8 --to ansi; cat ansi'
+printf 'ab\0c' >zero
+for command in 'convert zero --in-place --to utf-16' 'replace zero --text --encoding utf-8 a x --in-place' 'find zero --text a'; do
+    fails 'vfile: zero: no text: a zero byte at 2' "\$vfile $command"
+    same 'printf "ab\0c"' 'cat zero'
+done
 fails 'vfile: missing: not found' '$vfile convert missing out2 --to utf-8'
 fails 'vfile: no/out: illegal path' '$vfile convert u8 no/out --to utf-8'
 fails "vfile: --to: *'latin' is none of *" '$vfile convert u8 out2 --to latin'

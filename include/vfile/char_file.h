@@ -270,7 +270,8 @@ public:
 
     /// Makes a text file the whole content, without its mark, cursor at 0; `encoding` becomes what its mark says,
     /// EncodingUtf16 when the file cannot be had. `share` as Load takes it. Read in pieces: what the file holds in
-    /// another encoding takes no memory.
+    /// another encoding takes no memory. In ANSI and UTF-8 a zero byte ends the text, which no code tells: a program
+    /// that saves it over the same file looks for one first.
     void LoadText(TChar const* name, Encoding& encoding, std::uint32_t share);
     void LoadText(TChar const* name, std::uint32_t share);
     void LoadText(TString const& name, Encoding& encoding, std::uint32_t share) {

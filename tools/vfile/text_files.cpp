@@ -1,6 +1,8 @@
 #include "text_files.h"
 
 #include <algorithm>
+#include <cstring>
+#include <vector>
 
 #include "marks.h"
 #include "report.h"
@@ -21,6 +23,22 @@ bool BeginsWithMarkOf(Encoding encoding, TString const& name) {
     if (!file.OpenSeqRead(name.c_str())) return false;
     Mark const* const mark = MarkAt({start, static_cast<std::size_t>(file.ReadBytes(start, kMarkBytes))});
     return mark && mark->encoding == encoding;
+}
+
+// Where a text in this encoding would end before its file does: what is behind a zero byte is not loaded, and would be
+// gone when the text is written.
+std::optional<std::int64_t> EarlyEnd(TString const& name, Encoding encoding) {
+    if (encoding != TCharVFile::EncodingAnsi && encoding != TCharVFile::EncodingUtf8) return std::nullopt;
+    HFile file;
+    std::vector<char> piece(1 << 16);
+    if (!file.OpenSeqRead(name.c_str())) return std::nullopt;
+    std::int64_t start = 0;
+    for (std::int32_t got; (got = file.ReadBytes(piece.data(), static_cast<std::int32_t>(piece.size()))) > 0;
+         start += got) {
+        void const* const zero = std::memchr(piece.data(), 0, static_cast<std::size_t>(got));
+        if (zero) return start + (static_cast<char const*>(zero) - piece.data());
+    }
+    return std::nullopt;
 }
 
 }  // namespace
@@ -46,8 +64,13 @@ std::optional<TextForm> ReadText(TCharVFile& text, std::string const& name, std:
         text.LoadText(units, form.encoding, 1);
         form.mark = form.encoding != TCharVFile::EncodingAnsi;
     }
-    if (text.res == ResDone) return form;
-    ReportFailure(name, text.res);
+    if (text.res != ResDone) {
+        ReportFailure(name, text.res);
+    } else if (auto const at = EarlyEnd(units, form.encoding)) {
+        ReportText(name + ": no text: a zero byte at " + std::to_string(*at));
+    } else {
+        return form;
+    }
     return std::nullopt;
 }
 
