@@ -158,11 +158,12 @@ void* operator new(std::size_t size) {
     void* const memory = Fails(Call::kNew) ? nullptr : __real_malloc(size);
     return memory ? memory : throw std::bad_alloc();
 }
+void* operator new[](std::size_t size) { return ::operator new(size); }
 void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
     return Fails(Call::kAllocate) ? nullptr : __real_malloc(size);
 }
-void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
-    return Fails(Call::kAllocate) ? nullptr : __real_malloc(size);
+void* operator new[](std::size_t size, std::nothrow_t const& tag) noexcept {
+    return ::operator new(size, tag);
 }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
