@@ -33,6 +33,10 @@ struct VFileInspector {
     static std::int32_t& Length(VFile& file) { return file.length; }
     static std::int32_t& Flags(VFile& file) { return file.flags; }
     static std::int32_t& Type(VFile& file) { return file.type; }
+    static std::int32_t& Pos(VFile& file) { return file.pos; }
+    static bool& BufValid(VFile& file) { return file.bufValid; }
+    static bool& BufDirty(VFile& file) { return file.bufDirty; }
+    static unsigned char*& Buffer(VFile& file) { return file.buf; }
     static bool BufValid(VFile const& file) { return file.bufValid; }
     static bool BufDirty(VFile const& file) { return file.bufDirty; }
     static unsigned char const* Buffer(VFile const& file) { return file.buf; }

@@ -34,6 +34,33 @@ struct VMemInspector {
         return list < 0 ? v.freePageCount : v.freeCount[list];
     }
 
+    // What a test damages, to hear the broken rule.
+    struct Parts {
+        CacheDesc *&newest, *&oldest;
+        std::int32_t& cacheCount;
+        std::int64_t& swapSize;
+        ReadAhead::Run& run;
+        std::int32_t& maxAddress;
+        std::int16_t& numLists;
+        std::int16_t (&freeLen)[VMem::kTopList + 1];
+        std::int32_t (&freeHead)[VMem::kTopList + 1];
+        std::int32_t (&freeCount)[VMem::kTopList + 1];
+        std::int32_t& freePageCount;
+    };
+    static Parts PartsOf(VMem& v) {
+        return {v.cache->newest,
+                v.cache->oldest,
+                v.cache->cacheCount,
+                v.swap->swapSize,
+                v.swap->readAhead.runs[0],
+                v.maxAddress,
+                v.numLists,
+                v.freeLen,
+                v.freeHead,
+                v.freeCount,
+                v.freePageCount};
+    }
+
     // Copies what Get would, and moves nothing.
     static bool Peek(VMem const& v, std::int32_t addr, void* buf, std::int32_t len);
 

@@ -167,5 +167,7 @@ void* operator new[](std::size_t size, std::nothrow_t const& tag) noexcept {
 }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory, std::nothrow_t const&) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::nothrow_t const&) noexcept { std::free(memory); }
 void operator delete[](void* memory) noexcept { std::free(memory); }
 void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }

@@ -1,0 +1,211 @@
+// The checkers name what is damaged: one field at a time, put right again at once.
+#include "vmem/invariants.h"
+
+#include <gtest/gtest.h>
+#include <vfile/virtual_file.h>
+#include <vfile/vmem.h>
+
+#include <string>
+#include <type_traits>
+
+#include "support/twin.h"
+#include "vfile/blk_index.h"
+
+namespace vfile::test {
+namespace {
+
+template <class T>
+class Damage {
+public:
+    Damage(T& at, T to) : at_(at), was_(at) { at_ = to; }
+    ~Damage() { at_ = was_; }
+    Damage(Damage const&) = delete;
+    Damage& operator=(Damage const&) = delete;
+
+private:
+    T& at_;
+    T was_;
+};
+
+std::string Text(char const* rule) { return rule ? rule : "sound"; }
+
+// A file of ten blocks, its cursor in the middle of the fourth, which stands in the buffer as its page has it.
+struct File {
+    using See = VFileInspector;
+    VFile file;
+    BlkDesc *first, *here, *last;
+
+    File() {
+        file.ReplaceBuf(0, 0, Pattern(10 * BlkSize).data(), 10 * BlkSize);
+        Settle();
+        first = See::First(file);
+        here = See::Cursor(file).ptr;
+        last = See::Last(file);
+    }
+
+    void Settle() {
+        unsigned char byte;
+        file.Flush();
+        file.SetPos(3 * BlkSize + 500);
+        file.ReadByte(byte);
+    }
+
+    template <class T>
+    std::string With(T& at, std::type_identity_t<T> to) {
+        Damage<T> const damage(at, to);
+        std::string const rule = Text(BrokenRule(file));
+        // A short chain is walked by the quick check as well; pages and buffer are not its business.
+        std::string const quick = Text(BrokenRuleAtCursor(file));
+        EXPECT_TRUE(quick == rule || rule.find("page") != rule.npos) << quick;
+        return rule;
+    }
+    // The cursor in another block, and nothing but the start of that block wrong.
+    std::string Shifted(std::int32_t position) {
+        file.SetPos(position);
+        BlkRdr& cur = See::Cursor(file);
+        Damage const start(cur.start, cur.start + 1);
+        Damage const ix(cur.ix, static_cast<std::int16_t>(cur.ix - 1));
+        return Text(BrokenRule(file));
+    }
+};
+
+struct FileRow {
+    char const* rule;
+    std::string (*damage)(File& f);
+};
+
+// clang-format off
+FileRow const kFileRows[] = {
+    {"1: links disagree", [](File& f) { return f.With(f.here->next->prev, nullptr); }},
+    {"1: links disagree", [](File& f) { return f.With(f.here->prev->next, f.last); }},
+    {"1: links disagree", [](File& f) { return f.With(f.last->prev->next, nullptr); }},
+    {"2: block length out of range", [](File& f) { return f.With(f.here->next->len, BlkSize + 1); }},
+    {"2: block length out of range", [](File& f) { return f.With(f.here->next->len, -1); }},
+    {"2: empty block", [](File& f) { return f.With(f.here->next->len, 0); }},
+    {"5: no page", [](File& f) { return f.With(f.here->addr, kNoAddr); }},
+    {"5: no page", [](File& f) { return f.With(f.here->addr, 7); }},
+    {"5: two blocks on one page", [](File& f) { return f.With(f.here->addr, f.last->addr); }},
+    {"3: lengths do not add up", [](File& f) { return f.With(f.first->len, 1); }},
+    {"4: cursor without a block", [](File& f) { return f.With(File::See::Cursor(f.file).ptr, nullptr); }},
+    {"4: cursor outside its block", [](File& f) { return f.With(File::See::Cursor(f.file).ix, -1); }},
+    {"4: cursor outside its block", [](File& f) { return f.With(File::See::Cursor(f.file).ix, BlkSize + 1); }},
+    {"4: position disagrees", [](File& f) { return f.With(File::See::Cursor(f.file).start, 1); }},
+    {"4: position disagrees", [](File& f) { return f.With(File::See::Cursor(f.file).start, -1); }},
+    {"4: position disagrees", [](File& f) { return f.With(File::See::Pos(f.file), MaxLen); }},
+    {"4: position disagrees", [](File& f) { return f.With(File::See::Length(f.file), 7); }},
+    {"4: start of the first block", [](File& f) { return f.Shifted(500); }},
+    {"4: start of the last block", [](File& f) { return f.Shifted(10 * BlkSize - 500); }},
+    {"4: start of the current block", [](File& f) { return f.Shifted(5 * BlkSize + 500); }},
+    {"4: start of the current block", [](File& f) { return f.With(File::See::Cursor(f.file).ptr, f.here->next->next); }},
+    {"6: dirty buffer is not valid", [](File& f) { Damage const dirty(File::See::BufDirty(f.file), true); return f.With(File::See::BufValid(f.file), false); }},
+    {"6: valid buffer does not exist", [](File& f) { return f.With(File::See::Buffer(f.file), nullptr); }},
+    {"6: buffer and page disagree", [](File& f) { return f.With(File::See::Buffer(f.file)[9], 'y'); }},
+};
+// clang-format on
+
+TEST(Invariants, NameWhatIsWrongWithAFile) {
+    File f;
+    ASSERT_TRUE(VFileInspector::BufValid(f.file) && !VFileInspector::BufDirty(f.file));
+    for (FileRow const& row : kFileRows) {
+        EXPECT_EQ(row.damage(f), row.rule) << "row " << &row - kFileRows;
+        f.Settle();
+        EXPECT_EQ(Text(BrokenRule(f.file)), "sound");
+        EXPECT_EQ(Text(BrokenRuleAtCursor(f.file)), "sound");
+    }
+}
+
+// Four pages in the cache, more in the swap file, some of them read ahead; chunks on every kind of list.
+struct Memory {
+    VMem memory;
+    VMemInspector::Parts p = VMemInspector::PartsOf(memory);
+    std::int32_t pages[40];
+    std::int32_t chunk = 0;  // the first of the general list
+
+    Memory() {
+        memory.SetMaxCacheSize(5);
+        for (std::int32_t& page : pages) {
+            memory.AllocPage(page);
+            memory.Set(page, &page, 4);
+        }
+        std::int32_t chunks[60];
+        for (int i = 0; i < 60; ++i) memory.Alloc(chunks[i], Length(i));
+        for (int i = 0; i < 60; i += 2) {
+            std::int32_t addr = chunks[i];
+            memory.Dealloc(addr, Length(i));
+        }
+        memory.DeallocPage(pages[39]);
+        memory.FlushCache();
+        std::int32_t word;
+        for (std::int32_t const page : pages) {
+            if (page >= 0 && page < 30 * 1024) memory.Get(page, &word, 4);
+        }
+        chunk = p.freeHead[0];
+    }
+    static std::int16_t Length(int i) { return static_cast<std::int16_t>(10 + i % 38); }
+
+    template <class T>
+    std::string With(T& at, std::type_identity_t<T> to) {
+        Damage<T> const damage(at, to);
+        return Text(BrokenRule(memory));
+    }
+    // Another word in a chunk, which the lists run through.
+    std::string InChunk(std::int32_t at, std::int32_t to) {
+        std::int32_t was;
+        memory.Get(at, &was, 4);
+        memory.Set(at, &to, 4);
+        std::string const rule = Text(BrokenRule(memory));
+        memory.Set(at, &was, 4);
+        return rule;
+    }
+};
+
+struct MemoryRow {
+    char const* rule;
+    std::string (*damage)(Memory& m);
+};
+
+// clang-format off
+MemoryRow const kMemoryRows[] = {
+    {"C1: links disagree", [](Memory& m) { return m.With(m.p.newest->next->prev, nullptr); }},
+    {"C1: the count is not that of the list", [](Memory& m) { return m.With(m.p.newest, m.p.newest->next); }},
+    {"C1: links disagree", [](Memory& m) { return m.With(m.p.oldest, m.p.oldest->prev); }},
+    {"C1: links disagree", [](Memory& m) { return m.With(m.p.newest->next, m.p.newest->next->next); }},
+    {"C1: the count is not that of the list", [](Memory& m) { return m.With(m.p.cacheCount, 1); }},
+    {"C1: the count is not that of the list", [](Memory& m) { return m.With(m.p.cacheCount, 9); }},
+    {"C2: not the address of a page", [](Memory& m) { return m.With(m.p.newest->addr, 7); }},
+    {"C2: not the address of a page", [](Memory& m) { return m.With(m.p.newest->addr, -1024); }},
+    {"C3: a listed page is not in the map", [](Memory& m) { return m.With(m.p.newest->addr, 39 * 1024); }},
+    {"C5: a clean page is not what the file has", [](Memory& m) { return m.With(m.p.oldest->data[5], std::byte{99}); }},
+    {"S1: size is not in pages", [](Memory& m) { return m.With(m.p.swapSize, 1); }},
+    {"S2: the file has another length", [](Memory& m) { return m.With(m.p.swapSize, 1024); }},
+    {"R1: a run is not made of pages", [](Memory& m) { return m.With(m.p.run.start, 5); }},
+    {"R1: a run is not made of pages", [](Memory& m) { return m.With(m.p.run.len, 64 * 1024); }},
+    {"R1: a run lies outside the file", [](Memory& m) { return m.With(m.p.run.start, 1 << 20); }},
+    {"R1: a run is staler than the file", [](Memory& m) { return m.With(m.p.run.bytes[3], std::byte{77}); }},
+    {"A1: number of lists", [](Memory& m) { return m.With(m.p.numLists, 2); }},
+    {"A1: number of lists", [](Memory& m) { return m.With(m.p.numLists, 17); }},
+    {"A1: a permanent list has another length", [](Memory& m) { return m.With(m.p.freeLen[2], 6); }},
+    {"A1: an unused list", [](Memory& m) { return m.With(m.p.numLists, 5); }},
+    {"A1: length of a made list", [](Memory& m) { return m.With(m.p.freeLen[4], 3); }},
+    {"A1: two lists of one length", [](Memory& m) { return m.With(m.p.freeLen[5], m.p.freeLen[4]); }},
+    {"A2: a made list is empty", [](Memory& m) { return m.With(m.p.freeHead[4], -1); }},
+    {"A2: a list ends before its count", [](Memory& m) { return m.With(m.p.freeCount[4], 100); }},
+    {"A2: a list goes on behind its count", [](Memory& m) { return m.With(m.p.freeCount[0], 1); }},
+    {"A2: a short chunk on the general list", [](Memory& m) { return m.InChunk(m.chunk + 4, 2); }},
+    {"A2: a list ends before its count", [](Memory& m) { return m.InChunk(m.chunk, MaxLen); }},
+    {"A3: two free chunks share a byte", [](Memory& m) { return m.InChunk(m.chunk + 4, 30'000); }},
+    {"A3: the range has wrapped", [](Memory& m) { return m.With(m.p.maxAddress, -1); }},
+};
+// clang-format on
+
+TEST(Invariants, NameWhatIsWrongWithAMemory) {
+    Memory m;
+    ASSERT_EQ(Text(BrokenRule(m.memory)), "sound");
+    for (MemoryRow const& row : kMemoryRows) {
+        EXPECT_EQ(row.damage(m), row.rule) << "row " << &row - kMemoryRows;
+        EXPECT_EQ(Text(BrokenRule(m.memory)), "sound");
+    }
+}
+
+}  // namespace
+}  // namespace vfile::test
