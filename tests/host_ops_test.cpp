@@ -363,6 +363,12 @@ TEST(HostOps, TemporaryFilesAreNewAndPrivate) {
     EXPECT_ASSERTION_STOP("HFile",
                           HFile::CreateTempFile(closed, nullptr, 300, nullptr, nullptr, nullptr, true));
     EXPECT_ASSERTION_STOP("HFile", HFile::CreateTempFile(closed, name, 0, nullptr, nullptr, nullptr, true));
+    {
+        NoteHalts const goOn;
+        EXPECT_FALSE(HFile::CreateTempFile(open, name, 300, nullptr, nullptr, nullptr, true));
+        EXPECT_FALSE(HFile::CreateTempFile(closed, nullptr, 300, nullptr, nullptr, nullptr, true));
+        EXPECT_FALSE(HFile::CreateTempFile(closed, name, 0, nullptr, nullptr, nullptr, true));
+    }
     chmod(zoo.Bytes("").c_str(), 0555);
     AsUser const user;
     EXPECT_FALSE(HFile::CreateTempFile(closed, name, 300, nullptr, nullptr, dir.c_str(), true));

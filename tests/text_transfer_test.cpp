@@ -120,6 +120,10 @@ TEST(TextTransfer, LoadsWhatTheMarkSays) {
     EXPECT_TRUE(as.ToString() == u"\u00EF\u00BB\u00BF\u00C3\u00A9");
     as.LoadTextAs(dir.Name("file"), EncodingUtf16BE, 0);
     EXPECT_TRUE(as.ToString() == u"\xEFBB\xBFC3");
+    WriteWhole(dir.Bytes("file"), "ab\0c"_s);  // far longer than a text may be, but for its zero byte
+    std::filesystem::resize_file(dir.Bytes("file"), std::uintmax_t{1} << 32);
+    as.LoadTextAs(dir.Name("file"), EncodingAnsi, 0);
+    EXPECT_TRUE(as.ToString() == u"ab" && as.GetPos() == 4 && as.res == ResDone);
     as.Watch();
     WriteWhole(dir.Bytes("file"), "a\n");
     as.LoadText(dir.Name("file"), 0);
@@ -182,6 +186,7 @@ TEST(TextTransfer, SavesInEveryEncoding) {
         {"A\0\x80\0\xAC\x20\0\0\0\xD8"_s, static_cast<Encoding>(7), true, "A?\x80\0?"_s},
         {"A\0\xAC\x20"_s, EncodingUtf16BE, true, "\xFE\xFF\0A\x20\xAC"_s},
         {"A\0\0\0\0\xDCx"_s, EncodingUtf8, false, "A\0\xEF\xBF\xBD"_s},
+        {"A\0\0\xD8"_s, EncodingUtf8, false, "A\xEF\xBF\xBD"},
         {"A\0x"_s, EncodingUtf16, true, "\xFF\xFE\x41\0x"_s},
         {"x", EncodingUtf16, false, "x"},
         {"x", EncodingUtf16BE, true, "\xFE\xFF"},

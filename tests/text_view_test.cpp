@@ -277,7 +277,8 @@ TEST(TextView, NumbersAreThoseOfBytes) {
 }
 
 TEST(TextView, ComparesCopiesAndMoves) {
-    TString const rows[] = {u"", u"A", u"B", u"\u0100", u"\u0100A", u"\uFFFF", TString(700, u'\uFFFF')};
+    TString const rows[] = {
+        u"", u"A", u"ABCD", u"ABCE", u"B", u"\u0100", u"\u0100A", u"\uFFFF", TString(700, u'\uFFFF')};
     for (std::size_t a = 0; a < std::size(rows); ++a) {
         for (std::size_t b = 0; b < std::size(rows); ++b) {
             TCharVFile left, right;

@@ -410,6 +410,7 @@ TEST(Comparison, BelongsToTheThreadOfBothFiles) {
         NoteHalts noting;
         swap(own, foreign);
         EXPECT_EQ(noting.Take().size(), 1u);
+        EXPECT_TRUE(own != foreign && own < foreign);  // no answer
         EXPECT_EQ(AllBytes(own), "x");
     }).join();
     EXPECT_EQ(AllBytes(foreign), "x") << "refused before anything was touched";

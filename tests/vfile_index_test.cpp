@@ -87,6 +87,7 @@ TEST(VFileIndex, MarksAreTrueThroughAllChanges) {
         EXPECT_TRUE(AllBytes(edited.file) == edited.bytes);
         VFile other("other");
         swap(other, edited.file);
+        EXPECT_EQ(VFileInspector::BrokenChain(edited.file), nullptr) << "what another's index says";
         edited.file.SetPos(3);
         other.SetPos(static_cast<int>(edited.bytes.size() / 3));
         EXPECT_EQ(VFileInspector::BrokenChain(other), nullptr);
