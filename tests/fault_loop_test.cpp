@@ -39,11 +39,15 @@ struct World {
     TempDir dir;
     TString const source = dir.Name("source"), target = dir.Name("target"), folder = dir.Name("");
     TString const pattern = dir.Name("*");
+    std::string const otherDisk = "/dev/shm/" + dir.Path().filename().string();
+    TString const elsewhere = NameFromBytes(otherDisk);
     VFile file;
     TCharVFile text;
     HFile host;
     TChar name[MaxNameUnits] = {};
     std::string seen;
+
+    ~World() { std::remove(otherDisk.c_str()); }
 
     // What the objects hold; asked for when the faults are over.
     std::string Held() {
@@ -57,6 +61,7 @@ struct World {
         Listing all;
         for (auto const& entry : std::filesystem::directory_iterator(dir.Path()))
             all[entry.path().filename().string()] = ReadWhole(entry.path().string());
+        if (std::filesystem::exists(otherDisk)) all["elsewhere"] = ReadWhole(otherDisk);
         return all;
     }
 };
@@ -109,9 +114,15 @@ FileRes SaveNew(World& w) {
     w.file.SaveSafe(w.source.c_str());
     return w.file.res;
 }
-FileRes Copy(World& w) {
+FileRes CopyOf(World& w, TChar const* source) {
     FileRes code;
-    HFile::Copy(w.source.c_str(), w.target.c_str(), code, true);
+    HFile::Copy(source, w.target.c_str(), code, true);
+    return code;
+}
+FileRes Copy(World& w) { return CopyOf(w, w.source.c_str()); }
+FileRes RenameTo(World& w, TString const& name) {
+    FileRes code;
+    HFile::Rename(w.source.c_str(), name.c_str(), code);
     return code;
 }
 
@@ -143,13 +154,9 @@ Scenario const kScenarios[] = {
     {"save UTF-16BE", WithText, SaveAs<Encoding::EncodingUtf16BE>, false, true},
     {"copy to new", [](World&) {}, Copy},
     {"copy over", WithTarget, Copy, false, true},
-    {"rename",
-     [](World&) {},
-     [](World& w) {
-         FileRes code;
-         HFile::Rename(w.source.c_str(), w.target.c_str(), code);
-         return code;
-     }},
+    {"copy without the kernel's help", [](World&) {}, [](World& w) { return CopyOf(w, u"/proc/version"); }},
+    {"rename", [](World&) {}, [](World& w) { return RenameTo(w, w.target); }},
+    {"move to another disk", [](World&) {}, [](World& w) { return RenameTo(w, w.elsewhere); }},
     {"temporary file",
      [](World&) {},
      [](World& w) {
@@ -238,11 +245,12 @@ FileRes CodeOf(int error) {
     return GetFileRes();
 }
 
-// A listing but for what a safe save may leave: the copy of the old bytes where a flush in place failed, or anything where
-// nothing can be removed any more.
+// A listing but for what may be left: the copy of the old bytes where a flush in place of a safe save failed, or anything
+// where nothing can be removed any more.
 Listing WithoutLeftover(Listing listing, bool nothingIsRemoved) {
     auto const left = listing.find("target.~safe~1");
     if (left != listing.end() && (nothingIsRemoved || left->second == "old")) listing.erase(left);
+    if (nothingIsRemoved && listing.count("source")) listing.erase("elsewhere");
     return listing;
 }
 
@@ -295,6 +303,7 @@ bool RunOnce(Scenario const& s, Fault const& fault, std::string const& held, Lis
     }
     if (!failed || s.stops) return true;
     w.file.res = w.text.res = w.host.res = ResDone;
+    if (nothingIsRemoved) std::remove(w.otherDisk.c_str());
     EXPECT_EQ(s.act(w), ResDone) << "not usable again";
     EXPECT_TRUE(WithoutLeftover(w.OnDisk(), nothingIsRemoved) == listing);
     return true;

@@ -17,8 +17,9 @@ namespace vfile::test {
 namespace {
 
 enum class Hook { kNone, kPre, kPost, kFlag };
-enum class Act { kVeto, kThrow, kRead, kEditOther, kEditSelf, kMove };
-constexpr Act kActs[] = {Act::kVeto, Act::kThrow, Act::kRead, Act::kEditOther, Act::kEditSelf, Act::kMove};
+enum class Act { kVeto, kThrow, kRead, kEditOther, kShorten, kOverwrite, kMove, kFlush };
+constexpr Act kActs[] = {Act::kVeto,    Act::kThrow,     Act::kRead, Act::kEditOther,
+                         Act::kShorten, Act::kOverwrite, Act::kMove, Act::kFlush};
 constexpr std::int32_t kVetoCode = 77;
 
 struct Plan {
@@ -29,8 +30,9 @@ struct Plan {
 };
 
 // The content of a file behind its edit from inside.
-std::string Edited(std::string const& bytes) {
-    return "<edit>" + bytes.substr(std::min<std::size_t>(1500, bytes.size()));
+constexpr std::int32_t DelLen(Act act) { return act == Act::kShorten ? 1500 : 6; }
+std::string Edited(std::string const& bytes, Act act) {
+    return "<edit>" + bytes.substr(std::min(static_cast<std::size_t>(DelLen(act)), bytes.size()));
 }
 
 // Both views of one file.
@@ -92,11 +94,18 @@ private:
             case Act::kEditOther:
                 plan_.other->ReplaceTxt(1, 2, bytes, 3, 1200);
                 break;
-            case Act::kEditSelf:
-                bytes.ReplaceBuf(0, 1500, "<edit>", 6);
+            case Act::kShorten:
+            case Act::kOverwrite: {
+                std::int32_t const was = GetPos();
+                bytes.ReplaceBuf(0, DelLen(plan_.act), "<edit>", 6);
+                SetPos(was);
                 break;
+            }
             case Act::kMove:
                 SetPos(GetPos() == 0 ? 1 : 0);
+                break;
+            case Act::kFlush:
+                Flush();
         }
         return false;
     }
@@ -211,10 +220,11 @@ protected:
         std::size_t const last = clean.stages.size() - 1, at = static_cast<std::size_t>(plan.at);
         bool const pre = plan.hook == Hook::kPre;
         std::size_t const reached = last == 0 ? 0 : pre ? at - 1 : at;  // the stage when the hook acts
-        bool const inside = plan.act == Act::kEditSelf;
+        bool const inside = plan.act == Act::kShorten || plan.act == Act::kOverwrite;
         // An edit in the middle of several changes leads elsewhere.
         if (inside && !pre && reached != last) return;
-        bool const forbidden = pre && (inside || (plan.act == Act::kMove && !clean.stages[reached].empty()));
+        bool const moves = plan.act == Act::kMove && !clean.stages[reached].empty();
+        bool const forbidden = pre && (inside || moves || plan.act == Act::kFlush);
         bool const vetoed = plan.act == Act::kVeto;
         bool const ends = forbidden || vetoed || plan.act == Act::kThrow;
 
@@ -229,7 +239,7 @@ protected:
         EXPECT_EQ(outcome.halt, forbidden ? "VFile, " + operation + "():\nfile changed in PreChange" : "");
         EXPECT_EQ(OpenDescriptors(), descriptors);
         std::string const& stage = clean.stages[ends ? reached : last];
-        EXPECT_TRUE(AllBytes(f.bytes) == (inside ? Edited(stage) : stage));
+        EXPECT_TRUE(AllBytes(f.bytes) == (inside ? Edited(stage, plan.act) : stage));
         ExpectSound(f.bytes);
         if (plan.act == Act::kEditOther) {
             std::string const& met = clean.stages[reached];
@@ -286,6 +296,20 @@ TEST_F(HooksTest, MayDoWhatTheyMayInEveryCall) {
     EXPECT_EQ(NextPage(memory), settled) << "a block was lost";
     RecordProperty("runs", runs_);
     EXPECT_GT(runs_, 1000);
+}
+
+TEST(Hooks, MayEmptyTheSourceOfTheChange) {
+    struct Emptying : VFile {
+        VFile* source = nullptr;
+        std::int32_t PreChange(std::int32_t, std::int32_t, std::int32_t) const override {
+            return source ? source->Delete(0, MaxLen), ResDone : ResDone;
+        }
+    } target;
+    target.Append("0123456789");
+    VFile source("abcdef");
+    target.source = &source;
+    target.ReplaceTxt(5, 0, source, 0, 3);
+    EXPECT_EQ(AllBytes(target) + AllBytes(source), "01234abc56789");
 }
 
 }  // namespace

@@ -109,55 +109,6 @@ TEST(HostOps, CopyIsWholeOrNothing) {
     EXPECT_EQ(code, ResDiskFull);
 }
 
-// Runs `operation` with the first call failing, then the second, and so on, until all have; gives their number.
-template <class Operation>
-int FailEachCall(Call only, int error, bool onward, Operation operation) {
-    for (int nth = 1;; ++nth) {
-        Zoo zoo;
-        std::string const before = zoo.Listing();
-        std::size_t const descriptors = OpenDescriptors();
-        std::optional<Faults> faults(std::in_place,
-                                     Fault{onward ? Fault::kFailOnward : Fault::kFail, nth, error, 0, only});
-        FileRes code = ResDone;
-        bool const done = operation(zoo, code);
-        bool const hit = faults->Hit() != Call::kNone;
-        faults.reset();
-        EXPECT_EQ(OpenDescriptors(), descriptors);
-        EXPECT_EQ(done, code == ResDone);
-        EXPECT_TRUE(done || zoo.Listing() == before) << "call " << nth << " error " << error;
-        if (!hit) {
-            EXPECT_TRUE(done);
-            return nth - 1;
-        }
-    }
-}
-
-bool CopyNew(Zoo const& zoo, FileRes& code) {
-    return HFile::Copy(zoo.Name("file").c_str(), zoo.Name("new").c_str(), code, false);
-}
-bool RenameNew(Zoo const& zoo, FileRes& code) {
-    return HFile::Rename(zoo.Name("file").c_str(), zoo.Name("new").c_str(), code);
-}
-
-TEST(HostOps, AnyCallOfACopyMayFail) {
-    for (int const error : {EIO, ENOSPC}) {
-        for (Call const only : {Call::kNone, Call::kRead, Call::kCopyRange}) {
-            for (bool const onward : {false, true}) EXPECT_GT(FailEachCall(only, error, onward, CopyNew), 0);
-        }
-    }
-    // Without the kernel's help it is all the plain loop's, whose writes may fail and fall short.
-    for (int nth = 1; nth < 8; ++nth) {
-        Zoo zoo;
-        WriteWhole(zoo.Bytes("file"), "");
-        EXPECT_TRUE(HFile::Copy(u"/proc/self/maps", zoo.Name("maps").c_str(), false));
-        Faults faults({Fault::kCutThenFail, nth, ENOSPC, 5, Call::kWrite});
-        FileRes code = ResDone;
-        HFile::Copy(u"/proc/self/maps", zoo.Name("new").c_str(), code, false);
-        EXPECT_EQ(code, faults.Hit() == Call::kNone ? ResDone : ResDiskFull);
-        EXPECT_EQ(std::filesystem::exists(zoo.Bytes("new")), code == ResDone);
-    }
-}
-
 constexpr struct {
     char const *from, *to;
     FileRes code;    // within a file system
@@ -198,6 +149,8 @@ TEST(HostOps, RenameNeverReplaces) {
             EXPECT_EQ(code, error == EXDEV ? row.across : row.code);
             bool const moved = code == ResDone && std::string(row.from) != row.to;
             EXPECT_TRUE(moved || zoo.Listing() == before);
+            EXPECT_FALSE(code == ResNotFound &&
+                         HFile::Rename(zoo.Name(row.from).c_str(), zoo.Name("x").c_str()));
             if (!moved) continue;
             struct stat const is = Info(zoo.Bytes(row.to));
             EXPECT_EQ(is.st_mode, was.st_mode);
@@ -208,23 +161,6 @@ TEST(HostOps, RenameNeverReplaces) {
             EXPECT_EQ(Info(zoo.Bytes(row.from)).st_mode, 0U) << "the old name is still there";
         }
     }
-    for (bool const onward : {false, true}) EXPECT_EQ(FailEachCall(Call::kRename, EIO, onward, RenameNew), 1);
-}
-
-TEST(HostOps, AMoveToAnotherFileSystemLosesNothing) {
-    std::string const other = "/dev/shm/vfile-test-" + std::to_string(getpid());
-    bool onward = false;
-    auto const move = [&](Zoo const& zoo, FileRes& code) {
-        std::filesystem::remove(other);
-        bool const done = HFile::Rename(zoo.Name("file").c_str(), NameFromBytes(other).c_str(), code);
-        EXPECT_TRUE(std::filesystem::exists(other) == done || onward) << "left, though it could be removed";
-        return done;
-    };
-    if (Info("/dev/shm").st_dev == Info(Zoo().Bytes("file")).st_dev) GTEST_SKIP() << "no second file system";
-    EXPECT_GT(FailEachCall(Call::kNone, EIO, onward, move), 8);
-    onward = true;
-    EXPECT_GT(FailEachCall(Call::kNone, EIO, onward, move), 8);
-    std::filesystem::remove(other);
 }
 
 // The rights of an ordinary user, for as long as it lives.
@@ -403,6 +339,11 @@ TEST(HostOps, TheTemporaryDirectoryIsTheFirstUsableOne) {
             EXPECT_EQ(dir[size], 0xABCD);
         }
     }
+    HFile made;
+    TChar name[MaxNameUnits];
+    set("TMP", folder.c_str());
+    EXPECT_TRUE(HFile::CreateTempFile(made, name, MaxNameUnits, nullptr, nullptr, nullptr, true));
+    EXPECT_TRUE(BytesFromName(name).starts_with(folder + "/~hf") && HFile::Remove(name));
     for (char const* variable : {"TMP", "TEMP"}) unsetenv(variable);
     set("TMPDIR", before ? before->c_str() : nullptr);
 }

@@ -273,7 +273,12 @@ TEST(TextView, NumbersAreThoseOfBytes) {
     }
     TCharVFile file;
     file.radix = 37;
-    EXPECT_EQ(HaltOf([&] { file << 5; }), "VFile, operator<<():\nradix out of range");
+    for (auto const print : {+[](TCharVFile& f) { f << 5; }, +[](TCharVFile& f) { BytesOf(f) << 5; }}) {
+        EXPECT_EQ(HaltOf([&] { print(file); }), "VFile, operator<<():\nradix out of range");
+        NoteHalts const goOn;
+        print(file);
+        EXPECT_EQ(file.Length(), 0);
+    }
 }
 
 TEST(TextView, ComparesCopiesAndMoves) {

@@ -114,50 +114,5 @@ TEST(VFileEdges, BufferStaysWithItsBlock) {
     EXPECT_EQ(VFileInspector::Buffer(file), nullptr) << "kept, or made by a bulk read";
 }
 
-struct Meddler : VFile {
-    using VFile::VFile;
-    std::function<void(VFile&)> meddle;
-
-    std::int32_t PreChange(std::int32_t, std::int32_t, std::int32_t) const override {
-        auto& self = const_cast<Meddler&>(*this);
-        if (auto const now = std::exchange(self.meddle, nullptr)) now(self);
-        return ResDone;
-    }
-};
-
-TEST(VFileEdges, PreChangeLeavesItsOwnFileAlone) {
-    std::function<void(VFile&)> const kMeddlings[] = {
-        [](VFile& f) { f.SetPos(3); },
-        [](VFile& f) { f.Flush(); },
-        [](VFile& f) { f.ReplaceBuf(0, 1, nullptr, 0); },
-        [](VFile& f) {
-            f.ReplaceBuf(5, SameLen, "zz", 2);
-            f.SetPos(5);
-        },
-        [](VFile& f) {  // over two blocks, and back to where it was
-            unsigned char b;
-            f.ReplaceBuf(1000, SameLen, Pattern(100).data(), 100);
-            f.SetPos(4);
-            f.ReadByte(b);
-        },
-    };
-    for (auto const& meddling : kMeddlings) {
-        for (bool const txt : {true, false}) {
-            Meddler file(kTen);
-            file.ReplaceBuf(10, 0, Pattern(2000).data(), 2000);
-            file.meddle = meddling;
-            EXPECT_EQ(
-                HaltOf([&] { txt ? file.ReplaceTxt(5, 0, file, 0, 2) : file.ReplaceBuf(5, 0, "x", 1); }),
-                std::string("VFile, Replace") + (txt ? "Txt" : "Buf") + "():\nfile changed in PreChange");
-            ExpectSound(file);
-        }
-    }
-    Meddler target(kTen);
-    VFile source("abcdef");
-    target.meddle = [&](VFile&) { source = VFile(); };
-    target.ReplaceTxt(5, 0, source, 0, 3);
-    EXPECT_EQ(AllBytes(target), "01234abc56789") << "the source was emptied by the hook";
-}
-
 }  // namespace
 }  // namespace vfile::test

@@ -193,6 +193,7 @@ Single const kSingles[] = {
     {"truncate at the end", FORM(f.SetPos(8); f.Truncate()), "Buf(8, MaxLen, null, 0)", "abcdefgh", 8},
     {"= character", FORM(f = 'x'), "Buf(0, 8, 'x', 1)", "x", 1},
     {"= signed", FORM(f = static_cast<signed char>('x')), "Buf(0, 8, 'x', 1)", "x", 1},
+    {"= unsigned", FORM(f = static_cast<unsigned char>('x')), "Buf(0, 8, 'x', 1)", "x", 1},
     {"= char8_t", FORM(f = u8'x'), "Buf(0, 8, 'x', 1)", "x", 1},
     {"= string", FORM(f = "new"), "Buf(0, 8, 'new', 3)", "new", 3},
     {"= file", FORM(f = s.text), "Txt(0, 8, " TEXT_OF_10, "0123456789", 10},
