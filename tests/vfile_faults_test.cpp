@@ -136,6 +136,8 @@ TEST_F(VFileFaults, AddressRangeIsFull) {
         kActs[act](empty);
         check(empty, "", ResHeapOverflow);
     }
+    kActs[1](empty);
+    check(empty, "", ResHeapOverflow);
     kActs[1](old_);
     check(old_, bytes.replace(1500, 7, "small"), ResDone);
     large_.ReplaceBuf(0, 2048, nullptr, 0);
