@@ -25,20 +25,26 @@ bool BeginsWithMarkOf(Encoding encoding, TString const& name) {
     return mark && mark->encoding == encoding;
 }
 
-// Where a text in this encoding would end before its file does: what is behind a zero byte is not loaded, and would be
-// gone when the text is written.
-std::optional<std::int64_t> EarlyEnd(TString const& name, Encoding encoding) {
-    if (encoding != TCharVFile::EncodingAnsi && encoding != TCharVFile::EncodingUtf8) return std::nullopt;
+// Whether a text in this encoding goes as far as its file: what is behind a zero byte is not loaded, and would be gone when
+// the text is written. What speaks against it is reported.
+bool GoesToTheEnd(std::string const& name, TString const& units, Encoding encoding) {
+    if (encoding != TCharVFile::EncodingAnsi && encoding != TCharVFile::EncodingUtf8) return true;
     HFile file;
+    file.OpenSeqRead(units.c_str());
     std::vector<char> piece(1 << 16);
-    if (!file.OpenSeqRead(name.c_str())) return std::nullopt;
     std::int64_t start = 0;
-    for (std::int32_t got; (got = file.ReadBytes(piece.data(), static_cast<std::int32_t>(piece.size()))) > 0;
-         start += got) {
+    while (file.res == ResDone && !file.eof) {
+        std::int32_t const got = file.ReadBytes(piece.data(), static_cast<std::int32_t>(piece.size()));
         void const* const zero = std::memchr(piece.data(), 0, static_cast<std::size_t>(got));
-        if (zero) return start + (static_cast<char const*>(zero) - piece.data());
+        if (zero) {
+            std::int64_t const at = start + (static_cast<char const*>(zero) - piece.data());
+            ReportText(name + ": no text: a zero byte at " + std::to_string(at));
+            return false;
+        }
+        start += got;
     }
-    return std::nullopt;
+    if (file.res != ResDone) ReportFailure(name, file.res);
+    return file.res == ResDone;
 }
 
 }  // namespace
@@ -64,13 +70,9 @@ std::optional<TextForm> ReadText(TCharVFile& text, std::string const& name, std:
         text.LoadText(units, form.encoding, 1);
         form.mark = form.encoding != TCharVFile::EncodingAnsi;
     }
-    if (text.res != ResDone) {
-        ReportFailure(name, text.res);
-    } else if (auto const at = EarlyEnd(units, form.encoding)) {
-        ReportText(name + ": no text: a zero byte at " + std::to_string(*at));
-    } else {
-        return form;
-    }
+    if (text.res == ResDone)
+        return GoesToTheEnd(name, units, form.encoding) ? std::optional(form) : std::nullopt;
+    ReportFailure(name, text.res);
     return std::nullopt;
 }
 
