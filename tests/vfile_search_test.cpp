@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 #include <vfile.h>
 
+#include <cctype>
+
 #include "support/search_model.h"
 
 namespace vfile::test {
@@ -62,6 +64,21 @@ TEST(SearchOfBytes, RefusesAndLeavesAlone) {
     position = MaxLen;
     EXPECT_FALSE(file.Find(position, "abc", false, false));
     EXPECT_EQ(position, MaxLen);
+}
+
+TEST(SearchOfBytes, WordsAreOfLettersAndDigits) {
+    for (int b = 0; b < 256; ++b) {
+        bool const alone = b >= 128 || !std::isalnum(b);
+        for (std::size_t const at : {0u, 2u}) {
+            std::string text = " x ";
+            text[at] = static_cast<char>(b);
+            VFile file;
+            file.ReplaceBuf(0, 0, text.data(), 3);
+            std::int32_t ahead = 0, back = MaxLen;
+            EXPECT_EQ(file.Find(ahead, "x", false, true), alone) << b;
+            EXPECT_EQ(file.FindBack(back, "x", false, true), alone) << b;
+        }
+    }
 }
 
 class Vetoing : public VFile {
