@@ -30,12 +30,13 @@ void Play(VMem& memory, char const* moves) {
     char move = 0;
     std::int16_t len = 0;
     for (std::int32_t at = 0; words >> move >> len && words.ignore() && words >> at;) {
-        std::int32_t addr = base + at;
+        bool const frees = move == 'f' || move == 'd';
+        std::int32_t addr = frees ? base + at : -7;
         if (move == 'a') memory.Alloc(addr, len);
         if (move == 'p') memory.AllocPage(addr);
         if (move == 'f') memory.Dealloc(addr, len);
         if (move == 'd') memory.DeallocPage(addr);
-        EXPECT_EQ(addr, move == 'f' || move == 'd' ? -1 : base + at) << move << len << " in " << moves;
+        EXPECT_EQ(addr, frees ? -1 : base + at) << move << len << " in " << moves;
         EXPECT_STREQ(BrokenRule(memory), nullptr) << moves;
     }
 }
