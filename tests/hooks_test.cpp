@@ -164,6 +164,7 @@ Call const kCalls[] = {
     {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t = u"assigned"; }},
     {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t.AppendTStr(u"appended"); }},
     {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t.InsertTChar(u'u', 2000); }},
+    {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t.AppendTChars(u"only these are", 4); }},
     {"ReplaceTxt", [](VFile&, TCharVFile& t, Sources& s) { t.AppendTChars(s.text, 3, 800); }},
     {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t.DeleteTChars(100, 900); }},
     {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t << u"number " << 1234567; }},
