@@ -39,7 +39,7 @@ struct World {
     TempDir dir;
     TString const source = dir.Name("source"), target = dir.Name("target"), folder = dir.Name("");
     TString const pattern = dir.Name("*");
-    std::string const otherDisk = "/dev/shm/" + dir.Path().filename().string();
+    std::string const otherDisk = "/dev/shm/" + dir.Path().filename().string() + "-moved";
     TString const elsewhere = NameFromBytes(otherDisk);
     VFile file;
     TCharVFile text;
