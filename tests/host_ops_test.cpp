@@ -339,6 +339,9 @@ TEST(HostOps, TheTemporaryDirectoryIsTheFirstUsableOne) {
             EXPECT_EQ(dir[size], 0xABCD);
         }
     }
+    TChar none[1];
+    EXPECT_ASSERTION_STOP("HFile", HFile::GetTempDir(none, 0));
+    EXPECT_ASSERTION_STOP("HFile", HFile::GetTempDir(nullptr, 1));
     HFile made;
     TChar name[MaxNameUnits];
     set("TMP", folder.c_str());
