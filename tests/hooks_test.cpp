@@ -29,8 +29,9 @@ struct Plan {
     VFile* other = nullptr;
 };
 
-// The content of a file behind its edit from inside.
 constexpr std::int32_t DelLen(Act act) { return act == Act::kShorten ? 1500 : 6; }
+
+// The content of a file behind its edit from inside.
 std::string Edited(std::string const& bytes, Act act) {
     return "<edit>" + bytes.substr(std::min(static_cast<std::size_t>(DelLen(act)), bytes.size()));
 }
