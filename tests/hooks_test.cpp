@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <set>
+#include <thread>
 #include <vector>
 
 #include "support/faults.h"
@@ -41,6 +42,7 @@ class Hooked : public TCharVFile {
 public:
     std::vector<std::string> stages;  // the bytes from the start on and behind each change
     int flagCalls = 0;
+    mutable std::int32_t asked = 0;  // the start of the change that PreChange was told of last
 
     vfile::VFile& bytes = (vfile::VFile&)*this;
 
@@ -57,7 +59,8 @@ public:
     }
 
 protected:
-    std::int32_t PreChange(std::int32_t, std::int32_t, std::int32_t) const override {
+    std::int32_t PreChange(std::int32_t start, std::int32_t, std::int32_t) const override {
+        asked = start;
         return const_cast<Hooked*>(this)->Meet(Hook::kPre) ? kVetoCode : ResDone;
     }
     void PostChange(std::int32_t start, std::int32_t delLen, std::int32_t insLen) override {
@@ -131,6 +134,7 @@ struct Sources {
     HostSource host{"\xEF\xBB\xBF" + std::string(3000, 'h')};
     TCharVFile text;
     VFile other{'o', 1800};
+    std::int32_t replaced = 0;  // what a call that counts its changes gave
     Sources() { text.AppendTChar(u't', 900); }
 };
 
@@ -156,8 +160,8 @@ Call const kCalls[] = {
     {"ReplaceFile", [](VFile& f, TCharVFile&, Sources& s) { f.Load(s.host.AsName(f), 1); }},
     {"LoadText", [](VFile&, TCharVFile& t, Sources& s) { t.LoadText(s.host.AsName(s.other), 1); }},
     {"LoadText", [](VFile&, TCharVFile& t, Sources& s) { t.LoadTextAs(s.host.AsName(s.other), t.EncodingAnsi, 1); }},
-    {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f.ReplaceGlobal("#@", "...", false, false); }},
-    {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t.ReplaceGlobalTChars(u"\u4023", u"longer than it was", false, false); }},
+    {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources& s) { s.replaced = f.ReplaceGlobal("#@", "...", false, false); }},
+    {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources& s) { s.replaced = t.ReplaceGlobalTChars(u"\u4023", u"longer than it was", false, false); }},
     {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f.Truncate(); }},
     {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f << "text" << 12 << 'c'; }},
     {"ReplaceTxt", [](VFile& f, TCharVFile&, Sources& s) { f += s.other; }},
@@ -191,6 +195,7 @@ protected:
 
     void Run(Call const& call, Hooked& f) {
         sources_.host.At(0);
+        sources_.replaced = -1;
         call.run(f.bytes, f, sources_);
     }
 
@@ -223,8 +228,7 @@ protected:
         bool const pre = plan.hook == Hook::kPre;
         std::size_t const reached = last == 0 ? 0 : pre ? at - 1 : at;  // the stage when the hook acts
         bool const inside = plan.act == Act::kShorten || plan.act == Act::kOverwrite;
-        // An edit in the middle of several changes leads elsewhere.
-        if (inside && !pre && reached != last) return;
+        bool const elsewhere = inside && !pre && reached != last;  // what follows meets other bytes
         bool const moves = plan.act == Act::kMove && !clean.stages[reached].empty();
         bool const forbidden = pre && (inside || moves || plan.act == Act::kFlush);
         bool const vetoed = plan.act == Act::kVeto;
@@ -241,7 +245,7 @@ protected:
         EXPECT_EQ(outcome.halt, forbidden ? "VFile, " + operation + "():\nfile changed in PreChange" : "");
         EXPECT_EQ(OpenDescriptors(), descriptors);
         std::string const& stage = clean.stages[ends ? reached : last];
-        EXPECT_TRUE(AllBytes(f.bytes) == (inside ? Edited(stage, plan.act) : stage));
+        EXPECT_TRUE(elsewhere || AllBytes(f.bytes) == (inside ? Edited(stage, plan.act) : stage));
         ExpectSound(f.bytes);
         if (plan.act == Act::kEditOther) {
             std::string const& met = clean.stages[reached];
@@ -250,8 +254,12 @@ protected:
         }
         if (vetoed || (forbidden && !haltThrows)) {
             EXPECT_EQ(f.res, vetoed ? kVetoCode : ResContextError);
+            EXPECT_TRUE(sources_.replaced == -1 || sources_.replaced == plan.at - 1);
         }
-        if (!ends) {
+        if (pre && ends && !forbidden) {
+            EXPECT_EQ(f.GetPos(), f.asked);
+        }
+        if (!ends && !elsewhere) {
             EXPECT_EQ(f.res, clean.res);
             EXPECT_TRUE(last == 0 || f.GetPos() == std::min(clean.GetPos(), f.Length()));
         }
@@ -287,6 +295,21 @@ protected:
         }
     }
 };
+
+TEST_F(HooksTest, NoCallWorksOnAnotherThread) {
+    for (Call const& call : kCalls) {
+        SCOPED_TRACE(&call - kCalls);
+        Hooked f, clean;
+        f.Begin(content_, {});
+        clean.Begin(content_, {});
+        Run(call, clean);
+        std::size_t const descriptors = OpenDescriptors();
+        std::thread([&] { EXPECT_ASSERTION_STOP("VFile", Run(call, f)); }).join();
+        EXPECT_EQ(OpenDescriptors(), descriptors);
+        EXPECT_TRUE(AllBytes(f.bytes) == content_);
+        Again(call, clean, f);
+    }
+}
 
 TEST_F(HooksTest, MayDoWhatTheyMayInEveryCall) {
     VMem& memory = VFileInspector::Memory(sources_.other);

@@ -79,31 +79,5 @@ TEST(SearchOfUnits, WordsFollowTheLocale) {
     }
 }
 
-// A class that gives ReplaceBuf a body of its own does not see a global replace; its hooks do.
-class Watching : public TCharVFile {
-public:
-    explicit Watching(TCharVFile const& text) : TCharVFile(text) {}
-    void ReplaceBuf(std::int32_t, std::int32_t, void const*, std::int32_t) override { res = ResNotDone; }
-    int admitted = MaxLen;
-
-protected:
-    std::int32_t PreChange(std::int32_t, std::int32_t, std::int32_t) const override {
-        return const_cast<Watching*>(this)->admitted-- > 0 ? ResDone : ResNoPermission;
-    }
-};
-
-TEST(SearchOfUnits, ReplacingEndsWithTheFirstRefusal) {
-    TCharVFile text;
-    text.InsertTStr(u"a-a-a");
-    Watching file(text);
-    file.admitted = 2;
-    EXPECT_EQ(file.ReplaceGlobalTChars(u"a", u"bb", false, false), 2);
-    EXPECT_EQ(file.res, ResNoPermission);
-    EXPECT_EQ(file.ToString(), u"bb-bb-a");
-    file.InclFlag(VFile::ReadOnly);
-    EXPECT_EQ(file.ReplaceGlobalTChars(u"a", u"b", false, false), 0);
-    EXPECT_EQ(file.res, ResReadOnly);
-}
-
 }  // namespace
 }  // namespace vfile::test
