@@ -73,7 +73,8 @@ struct World {
 void WithTarget(World& w) { WriteWhole(w.dir.Bytes("target"), "old"); }
 void WithTwoNames(World& w) {
     WithTarget(w);
-    std::filesystem::create_hard_link(w.dir.Bytes("target"), w.dir.Bytes("second"));
+    std::error_code existsAlready;
+    std::filesystem::create_hard_link(w.dir.Bytes("target"), w.dir.Bytes("second"), existsAlready);
 }
 void WithFile(World& w) {
     WithTarget(w);
@@ -226,6 +227,7 @@ Scenario const kScenarios[] = {
     {"load over the swap file", WithLarge, [](World& w) { return w.file.Load(w.source.c_str(), 1), w.file.res; }, true, false, true},
     {"save from the swap file", WithLargeAndTarget, [](World& w) { return w.file.Save(w.target.c_str(), true), w.file.res; }, false, true, true},
     {"safe save from the swap file", WithLargeAndTarget, SaveSafe, false, false, true},
+    {"safe save in place from the swap file", [](World& w) { WithTwoNames(w), WithLarge(w); }, SaveSafe, false, false, true},
     {"load of a text over the swap file", WithLargeText, LoadAs<Encoding::EncodingUtf8>, true, false, true},
     {"save of a text from the swap file", WithLargeText, SaveAs<Encoding::EncodingUtf16BE>, false, true, true},
     {"safe save of a text from the swap file", WithLargeText, SaveSafeAs<Encoding::EncodingUtf8>, false, false, true},
