@@ -305,11 +305,13 @@ bool RunOnce(Scenario const& s, Fault const& fault, std::string const& held, Lis
     ExpectSound(w.file);
     bool const nothingIsRemoved = fault.kind == Fault::kFailOnward && hit == Call::kName;
     std::string const nowHeld = w.Held();
-    Listing const left = w.OnDisk(), nowListing = WithoutLeftover(left, nothingIsRemoved);
+    Listing const left = w.OnDisk(),
+                  nowListing = halt.empty() ? WithoutLeftover(left, nothingIsRemoved) : left;
     EXPECT_TRUE(failed || (nowHeld == held && nowListing == listing)) << "done, and something else";
     if (failed) {
         EXPECT_TRUE(s.stops || nowHeld == oldHeld || (s.emptied && nowHeld == "||")) << "failed, and changed";
-        EXPECT_TRUE(s.torn || left != nowListing || nowListing == oldListing || nowListing == listing);
+        EXPECT_TRUE(s.torn || left != nowListing || nowListing == oldListing || nowListing == listing)
+            << "torn, or something left over";
     }
     for (TString const& name : {w.source, w.target}) {
         HFile alone;
