@@ -313,10 +313,11 @@ bool RunOnce(Scenario const& s, Fault const& fault, std::string const& held, Lis
         EXPECT_TRUE(s.torn || left != nowListing || nowListing == oldListing || nowListing == listing)
             << "torn, or something left over";
     }
-    for (TString const& name : {w.source, w.target}) {
-        HFile alone;
-        EXPECT_TRUE(alone.Open(name.c_str()) || alone.res == ResNotFound) << "a lock was left";
-    }
+    HFile source, target;  // the target may be read-only
+    EXPECT_TRUE(source.Open(w.source.c_str()) || source.res == ResNotFound) << "a lock was left";
+    EXPECT_TRUE(target.OpenSeqRead(w.target.c_str()) || target.res == ResNotFound) << "a lock was left";
+    for (HFile* const file : {&source, &target})
+        if (file->IsOpen()) file->Close();
     if (!failed) return true;
     w.file.res = w.text.res = w.host.res = ResDone;
     if (nothingIsRemoved) std::remove(w.otherDisk.c_str());
