@@ -16,12 +16,6 @@
 namespace vfile::test {
 namespace {
 
-struct stat Info(std::string const& path) {
-    struct stat info {};
-    lstat(path.c_str(), &info);
-    return info;
-}
-
 mode_t Mode(std::string const& path) { return Info(path).st_mode & 07777; }
 
 // What the tests below work on: files of which each has a reason to be refused or not.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <vfile/names.h>
 
 #include <cstdlib>
@@ -48,6 +49,13 @@ inline void WriteWhole(std::string const& path, std::string const& bytes) {
 inline std::string ReadWhole(std::string const& path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
+}
+
+// Of a link itself; all zero when there is nothing.
+inline struct stat Info(std::string const& path) {
+    struct stat info {};
+    lstat(path.c_str(), &info);
+    return info;
 }
 
 }  // namespace vfile::test
