@@ -2,15 +2,14 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <string_view>
 
 #include "platform/platform.h"
+#include "platform/posix/attributes.h"
 #include "platform/posix/calls.h"
 #include "platform/posix/errors.h"
 #include "platform/posix/name_bytes.h"
@@ -20,9 +19,6 @@ namespace {
 
 constexpr int kMostLinks = 40;  // as many as the system itself follows
 constexpr mode_t kModeBits = 07777;
-
-// Bytes of an attribute, and of the list of their names: more cannot be kept.
-constexpr std::size_t kMostAttribute = 16384;
 
 // Puts what a link in `path` leads to in the place of `path`. Zero, or a system error; EINVAL: it is no link.
 int FollowOne(char (&path)[PATH_MAX]) {
@@ -45,45 +41,6 @@ struct DescriptorName {
         std::snprintf(bytes, sizeof bytes, "/proc/self/fd/%d", descriptor);
     }
 };
-
-// One attribute beside owner and mode: an access list, a label, something of the user's.
-struct Value {
-    char bytes[kMostAttribute];
-    ssize_t len;
-
-    Value(int file, char const* name) : len(fgetxattr(file, name, bytes, sizeof bytes)) {}
-    bool operator==(Value const& other) const {
-        return len == other.len &&
-               (len <= 0 || std::memcmp(bytes, other.bytes, static_cast<std::size_t>(len)) == 0);
-    }
-};
-
-// Rights that a program file has by what it holds are lost with every other change of its bytes, too.
-bool GoesAlong(std::string_view attribute) { return attribute != "security.capability"; }
-
-bool CopyAttribute(int from, int to, char const* name) {
-    Value const wanted(from, name);
-    if (wanted.len == -1) return errno == ENODATA;
-    return wanted == Value(to, name) ||
-           fsetxattr(to, name, wanted.bytes, static_cast<std::size_t>(wanted.len), 0) == 0;
-}
-
-// The directory may have given the new file an access list that the old one does not have.
-bool DropForeignList(int from, int to) {
-    constexpr char kList[] = "system.posix_acl_access";
-    bool const lacks = fgetxattr(from, kList, nullptr, 0) == -1 && (errno == ENODATA || errno == ENOTSUP);
-    return !lacks || fremovexattr(to, kList) == 0 || errno == ENODATA || errno == ENOTSUP;
-}
-
-bool CopyAttributeList(int from, int to) {
-    char names[kMostAttribute];
-    ssize_t const len = flistxattr(from, names, sizeof names);
-    if (len == -1) return errno == ENOTSUP;
-    for (char const* name = names; name < names + len; name += std::strlen(name) + 1) {
-        if (GoesAlong(name) && !CopyAttribute(from, to, name)) return false;
-    }
-    return DropForeignList(from, to);
-}
 
 }  // namespace
 
