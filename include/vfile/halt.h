@@ -8,6 +8,9 @@
 /// whatever failed its check, and nothing is promised for it; only the bounded strings and the checked
 /// conversions (<vfile/bounded_strings.h>, <vfile/numbers.h>) say what they do then.
 ///
+/// The stop that surprises most is that of a virtual file which is still there when its thread or the process
+/// ends, as after `exit()`: <vfile/thread.h> says what to do.
+///
 ///   Texts     zero-terminated; a null one counts as empty. A formatted message has at most 255 units, and
 ///             what does not fit is cut.
 ///   Threads   any. The halt procedure runs on the thread that stopped. Nothing orders an install against a

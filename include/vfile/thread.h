@@ -8,7 +8,11 @@
 ///
 /// All virtual files of a thread must be destroyed on it before its state ends: else an assertion stop of
 /// module "VFile". Files with thread-local storage are gone by then, and so are static files at the end of
-/// the process.
+/// the process. A file that was made with `new` and leaked is not; nor, where `exit()` is called, is a local one
+/// of the functions that are still running, which it does not unwind. Such a program says "VFile, line N:" and
+/// "Assertion failure", and aborts (134 in a shell) whatever status it meant to end with; a thread that ends
+/// with a file leaked does the same to it. Return from `main` instead of calling `exit()`, or end the scope of
+/// every file first; where neither can be, `_Exit()` ends the process without a word, and flushes no stream.
 ///
 /// Threads that still run when the process exits or the library is unloaded must make and destroy no file from
 /// then on. A thread that runs on after an unload leaves a copy of its temporary directory behind, where

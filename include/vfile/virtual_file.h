@@ -1,4 +1,4 @@
-/// An editable sequence of up to 2,147,483,647 bytes that costs a few megabytes of memory, whatever its size.
+/// An editable sequence of up to 2,147,482,624 bytes that costs a few megabytes of memory, whatever its size.
 ///
 ///   Owns      its bytes, as a chain of blocks of at most 1024 bytes in the memory of the thread, and one
 ///             buffer of 1024 bytes for the block under the cursor. The thread's first file makes that memory
@@ -18,9 +18,12 @@
 ///   Throws    nothing of its own. A hook or a halt procedure may throw: what the running operation holds is
 ///             given back, and a change that was not applied yet leaves the bytes as they were.
 ///
-/// Limits: all files of a thread share addresses for 2,097,151 blocks. A block that edits left short costs as
-/// much of them as a full one, so that a file of N full blocks that is edited everywhere may need 2N. Where
-/// they end, a change fails with ResHeapOverflow.
+/// Limits: all files of a thread share addresses for 2,097,151 blocks, so that the longest file that can really
+/// be is 2,147,482,624 bytes, and 2,147,481,600 out of one load, beside which the emptied file keeps a block. A
+/// length between that and MaxLen is ResHeapOverflow, one above MaxLen is ResTooLong. A block that edits left
+/// short costs as much as a full one, so that a file of N full blocks that is edited everywhere may need 2N, and
+/// the new blocks of a change are there beside those that it replaces. Where the addresses end, a change fails
+/// with ResHeapOverflow.
 #pragma once
 
 #include <vfile/edit_family.h>
@@ -162,7 +165,8 @@ public:
     void ReplaceCh(std::int32_t, std::int32_t, T, std::int32_t) = delete;
 
     /// By `srcLen` bytes of `src` from `srcStart` on, both clipped to `src`. `src` may be this file, and the
-    /// ranges may overlap: the outcome is as if `src` had been copied first. Stops like a foreign thread when
+    /// ranges may overlap: the outcome is as if `src` had been copied first. The bytes are read before PreChange
+    /// is asked, so that what the hook does to `src` comes too late for them. Stops like a foreign thread when
     /// the two files belong to different ones.
     virtual void ReplaceTxt(std::int32_t start, std::int32_t delLen, VFile const& src, std::int32_t srcStart,
                             std::int32_t srcLen);
