@@ -11,6 +11,7 @@
 #include <vfile/handle.h>
 #include <vfile/host_dir.h>
 #include <vfile/host_file.h>
+#include <vfile/internal.h>
 #include <vfile/names.h>
 #include <vfile/numbers.h>
 #include <vfile/result.h>

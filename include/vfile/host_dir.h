@@ -8,21 +8,19 @@
 ///             Hidden ones are among them, directories, "." and "..". Nothing is sorted, nothing descends.
 ///   Bounds    a full name is cut to the capacity given, and to 260 units at most.
 ///   Failures  are not told apart from the end: a directory that is missing or may not be read has no names.
-///   Memory    constant, whatever the size of the directory. An open search holds one handle of the system's.
+///   Memory    constant, whatever the size of the directory, and had by Start: when there is none there is nothing to find.
+///             An open search holds one handle of the system's.
 ///   Threads   any, one at a time.
 #pragma once
 
 #include <vfile/export.h>
+#include <vfile/internal.h>
 #include <vfile/types.h>
 
 #include <cstdint>
 #include <memory>
 
 namespace vfile {
-
-namespace platform {
-class Directory;
-}
 
 class VFILE_EXPORT HFileDir {
 public:
@@ -53,19 +51,11 @@ public:
     bool FindFirst(TChar* name, std::uint32_t size, TChar const* pattern);
 
     /// How many names this search has given, also when it has ended.
-    std::int32_t Count() const { return count; }
+    std::int32_t Count() const;
 
 private:
-    enum class State { kIdle, kStarted, kRunning, kEnded };
-
-    bool FindEntry(TChar* entry);
-    void ConstructName(TChar* name, std::uint32_t size, TChar const* entry) const;
-
-    State state = State::kIdle;
-    std::int32_t count = 0;
-    TChar pattern[MaxNameUnits];
-    TChar dir[MaxNameUnits];
-    std::unique_ptr<platform::Directory> entries;
+    friend struct internal::Access;
+    std::unique_ptr<internal::DirSearch> vfileState;  // null: nothing to find
 };
 
 }  // namespace vfile

@@ -16,17 +16,13 @@
 #pragma once
 
 #include <vfile/handle.h>
+#include <vfile/internal.h>
 #include <vfile/result.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
 
 namespace vfile {
-
-namespace platform {
-struct OpenMode;
-}
 
 class VFILE_EXPORT HFile {
 public:
@@ -34,12 +30,12 @@ public:
     bool eof = false;         ///< the last read fell short
     std::int32_t radix = 10;  ///< number base of `<<`, 2 to 36
 
-    /// A closed object.
-    HFile() = default;
+    /// A closed object. No constructor allocates, and none fails.
+    HFile() noexcept = default;
 
     /// Adopts an open handle, unchecked; the invalid handle gives a closed object. Takes exactly a `void*`.
     template <RawHandle H>
-    explicit HFile(H adopted) : handle(adopted) {}
+    explicit HFile(H adopted) noexcept : vfileState{adopted} {}
 
     HFile(HFile const&) = delete;
     HFile& operator=(HFile const&) = delete;
@@ -47,7 +43,7 @@ public:
     /// Closes the file if it is open.
     virtual ~HFile();
 
-    bool IsOpen() const { return handle != InvalidHandle(); }
+    bool IsOpen() const { return vfileState.handle != InvalidHandle(); }
 
     /// `ResCallError` when nothing is open. Else closed and `ResDone`, whatever the system says to it. `eof`
     /// stays.
@@ -103,33 +99,33 @@ public:
     }
     template <WholeNumber<2> T>
     void ReadWord(T& value) {
-        ReadNumber(&value, 2);
+        internal::ReadNumber(*this, &value, 2);
     }
     template <WholeNumber<2> T>
     void WriteWord(T value) {
-        WriteNumber(&value, 2);
+        internal::WriteNumber(*this, &value, 2);
     }
     template <WholeNumber<4> T>
     void ReadDWord(T& value) {
-        ReadNumber(&value, 4);
+        internal::ReadNumber(*this, &value, 4);
     }
     template <WholeNumber<4> T>
     void WriteDWord(T value) {
-        WriteNumber(&value, 4);
+        internal::WriteNumber(*this, &value, 4);
     }
     template <WholeNumber<8> T>
     void ReadQWord(T& value) {
-        ReadNumber(&value, 8);
+        internal::ReadNumber(*this, &value, 8);
     }
     template <WholeNumber<8> T>
     void WriteQWord(T value) {
-        WriteNumber(&value, 8);
+        internal::WriteNumber(*this, &value, 8);
     }
 
     /// `c`, `count` times; nothing when `count` is below 1.
     template <ByteChar C>
     void Write(C c, std::int32_t count) {
-        WriteRun(static_cast<unsigned char>(c), count);
+        internal::WriteRun(*this, static_cast<unsigned char>(c), count);
     }
 
     /// A zero-terminated text without its terminator. Stops: `text` null.
@@ -168,16 +164,16 @@ public:
     template <WholeNumber<4> T>
     HFile& operator<<(T value) {
         if constexpr (std::is_signed_v<T>)
-            return PutNumber(static_cast<std::int32_t>(value));
+            return internal::PutNumber(*this, static_cast<std::int32_t>(value));
         else
-            return PutNumber(static_cast<std::uint32_t>(value));
+            return internal::PutNumber(*this, static_cast<std::uint32_t>(value));
     }
     template <WholeNumber<8> T>
     HFile& operator<<(T value) {
         if constexpr (std::is_signed_v<T>)
-            return PutNumber(static_cast<std::int64_t>(value));
+            return internal::PutNumber(*this, static_cast<std::int64_t>(value));
         else
-            return PutNumber(static_cast<std::uint64_t>(value));
+            return internal::PutNumber(*this, static_cast<std::uint64_t>(value));
     }
 
     // Position and size.
@@ -313,24 +309,8 @@ public:
                                TChar const* ext, TChar const* dir, bool seqWrite);
 
 private:
-    friend class VFile;
-
-    static FileRes GetFileRes();
-
-    bool OpenAs(TChar const* name, platform::OpenMode const& mode);
-    void Store(bool done);
-    void GoTo(std::int64_t pos);
-    void EndLine(std::span<char const> rest, std::int64_t at);
-    void EndPipeLineAfterCr();
-    void WriteRun(unsigned char c, std::int32_t count);
-    void ReadNumber(void* value, std::int32_t width);
-    void WriteNumber(void const* value, std::int32_t width);
-    HFile& PutNumber(std::int32_t value);
-    HFile& PutNumber(std::uint32_t value);
-    HFile& PutNumber(std::int64_t value);
-    HFile& PutNumber(std::uint64_t value);
-
-    void* handle = InvalidHandle();
+    friend struct internal::Access;
+    internal::HFileState vfileState;
 };
 
 }  // namespace vfile

@@ -3,6 +3,7 @@
 #include <vfile/host_file.h>
 
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -10,71 +11,48 @@
 #include "platform/platform.h"
 
 namespace vfile {
-namespace {
 
-// Units of the directory with its separator. One that is cut would be another directory.
-std::size_t DirLength(std::u16string_view pattern) { return pattern.find_last_of(u"/\\") + 1; }
+// A search from Start on. An HFileDir without one is idle.
+class internal::DirSearch {
+public:
+    explicit DirSearch(TChar const* wanted) {
+        AssignStr(pattern, MaxNameUnits, wanted);
+        TChar rest[MaxNameUnits];
+        HFile::SplitName(dir, MaxNameUnits, rest, MaxNameUnits, pattern);
+    }
 
-}  // namespace
+    // Puts the next name that matches into `name`; the first call opens the directory.
+    bool Next(TChar* name, std::uint32_t size);
 
-HFileDir::HFileDir() { Stop(); }
+    // How many it has put.
+    std::int32_t Count() const { return count; }
 
-HFileDir::HFileDir(TChar const* wanted) { Start(wanted); }
+private:
+    bool FindEntry(TChar* entry);
+    void ConstructName(TChar* name, std::uint32_t size, TChar const* entry) const;
 
-HFileDir::~HFileDir() = default;
+    bool fresh = true;  // nothing given yet
+    std::int32_t count = 0;
+    TChar pattern[MaxNameUnits];
+    TChar dir[MaxNameUnits];
+    std::optional<platform::Directory> entries;  // while they last
+};
 
-void HFileDir::Stop() {
-    state = State::kIdle;
-    count = 0;
-    pattern[0] = 0;
-    dir[0] = 0;
-    entries.reset();
-}
-
-void HFileDir::Start(TChar const* wanted) {
-    Stop();
-    if (!wanted || !*wanted || DirLength(wanted) >= MaxNameUnits) return;
-    state = State::kStarted;
-    AssignStr(pattern, MaxNameUnits, wanted);
-    TChar rest[MaxNameUnits];
-    HFile::SplitName(dir, MaxNameUnits, rest, MaxNameUnits, pattern);
-}
-
-bool HFileDir::FindNext(TChar* name, std::uint32_t size) {
-    if (!name) return false;
+bool internal::DirSearch::Next(TChar* name, std::uint32_t size) {
     TChar entry[MaxNameUnits];
-    bool const first = state == State::kStarted;
-    if (FindEntry(entry)) {
+    bool const found = FindEntry(entry);
+    if (found) {
         ConstructName(name, size, entry);
-        state = State::kRunning;
         ++count;
-        return true;
-    }
-    if (first) {
-        Stop();
-    } else if (state == State::kRunning) {
+    } else {
         entries.reset();
-        state = State::kEnded;
     }
-    if (size > 0) *name = 0;
-    return false;
+    fresh = false;
+    return found;
 }
 
-bool HFileDir::FindFirst(TChar* name, std::uint32_t size, TChar const* wanted) {
-    if (!name) {
-        Stop();
-        return false;
-    }
-    Start(wanted);
-    return FindNext(name, size);
-}
-
-// The next entry that matches; the first call opens the directory.
-bool HFileDir::FindEntry(TChar* entry) {
-    if (state == State::kStarted) {
-        entries.reset(new (std::nothrow) platform::Directory);
-        if (!entries || !entries->Open(dir)) return false;
-    }
+bool internal::DirSearch::FindEntry(TChar* entry) {
+    if (fresh && !entries.emplace().Open(dir)) return false;
     TChar const* const wanted = pattern + std::char_traits<TChar>::length(dir);
     while (entries && entries->Next(entry, MaxNameUnits)) {
         if (MatchesWildcard(wanted, entry)) return true;
@@ -82,10 +60,49 @@ bool HFileDir::FindEntry(TChar* entry) {
     return false;
 }
 
-void HFileDir::ConstructName(TChar* name, std::uint32_t size, TChar const* entry) const {
+void internal::DirSearch::ConstructName(TChar* name, std::uint32_t size, TChar const* entry) const {
     TChar full[MaxNameUnits];
     HFile::BuildName(full, MaxNameUnits, dir, entry);
     HFile::GetFullName(name, size, full);
 }
+
+namespace {
+
+// Units of the directory with its separator. One that is cut would be another directory.
+std::size_t DirLength(std::u16string_view pattern) { return pattern.find_last_of(u"/\\") + 1; }
+
+}  // namespace
+
+HFileDir::HFileDir() = default;
+
+HFileDir::HFileDir(TChar const* pattern) { Start(pattern); }
+
+HFileDir::~HFileDir() = default;
+
+void HFileDir::Start(TChar const* pattern) {
+    Stop();
+    if (!pattern || !*pattern || DirLength(pattern) >= MaxNameUnits) return;
+    vfileState.reset(new (std::nothrow) internal::DirSearch(pattern));
+}
+
+void HFileDir::Stop() { vfileState.reset(); }
+
+bool HFileDir::FindNext(TChar* name, std::uint32_t size) {
+    if (!name) return false;
+    if (vfileState && vfileState->Next(name, size)) return true;
+    if (size > 0) *name = 0;
+    return false;
+}
+
+bool HFileDir::FindFirst(TChar* name, std::uint32_t size, TChar const* pattern) {
+    if (!name) {
+        Stop();
+        return false;
+    }
+    Start(pattern);
+    return FindNext(name, size);
+}
+
+std::int32_t HFileDir::Count() const { return vfileState ? vfileState->Count() : 0; }
 
 }  // namespace vfile

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "platform/platform.h"
+#include "hostfile/open_file.h"
 
 namespace vfile {
 namespace {
@@ -26,6 +26,9 @@ platform::OpenMode HeldAlone(Access access, Disposition disposition, Hint hint) 
     return {access, platform::kShareNone, disposition, hint};
 }
 
+// For the operations that set `res` either way.
+void Store(HFile& file, bool done) { file.res = done ? ResDone : GetFileRes(); }
+
 }  // namespace
 
 HFile::~HFile() {
@@ -37,46 +40,43 @@ void HFile::Close() {
         res = ResCallError;
         return;
     }
-    platform::CloseFile(handle);
-    handle = InvalidHandle();
+    platform::CloseFile(HandleOf(*this));
+    HandleOf(*this) = InvalidHandle();
     res = ResDone;
 }
 
-bool HFile::OpenAs(TChar const* name, platform::OpenMode const& mode) {
-    if (IsOpen()) {
-        res = ResCallError;
+bool OpenAs(HFile& file, TChar const* name, platform::OpenMode const& mode) {
+    if (file.IsOpen()) {
+        file.res = ResCallError;
         return false;
     }
-    handle = platform::OpenFile(name, mode);
-    Store(IsOpen());
-    return IsOpen();
+    HandleOf(file) = platform::OpenFile(name, mode);
+    Store(file, file.IsOpen());
+    return file.IsOpen();
 }
 
 bool HFile::OpenSeqRead(TChar const* name) {
     platform::OpenMode const mode = {Access::kRead, platform::kShareRead, Disposition::kOpenExisting,
                                      Hint::kSequential};
-    return OpenAs(name, mode);
+    return OpenAs(*this, name, mode);
 }
 
 bool HFile::CreateSeqWrite(TChar const* name, bool overwrite) {
-    return OpenAs(name, HeldAlone(Access::kWrite, ToCreate(overwrite), Hint::kSequential));
+    return OpenAs(*this, name, HeldAlone(Access::kWrite, ToCreate(overwrite), Hint::kSequential));
 }
 
 bool HFile::Open(TChar const* name) {
-    return OpenAs(name, HeldAlone(Access::kReadWrite, Disposition::kOpenExisting, Hint::kRandom));
+    return OpenAs(*this, name, HeldAlone(Access::kReadWrite, Disposition::kOpenExisting, Hint::kRandom));
 }
 
 bool HFile::Create(TChar const* name, bool overwrite) {
-    return OpenAs(name, HeldAlone(Access::kReadWrite, ToCreate(overwrite), Hint::kRandom));
+    return OpenAs(*this, name, HeldAlone(Access::kReadWrite, ToCreate(overwrite), Hint::kRandom));
 }
 
 bool HFile::Lookup(TChar const* name, bool create) {
     if (!create) return Open(name);
-    return OpenAs(name, HeldAlone(Access::kReadWrite, Disposition::kOpenAlways, Hint::kRandom));
+    return OpenAs(*this, name, HeldAlone(Access::kReadWrite, Disposition::kOpenAlways, Hint::kRandom));
 }
-
-// For the operations that set `res` either way.
-void HFile::Store(bool done) { res = done ? ResDone : GetFileRes(); }
 
 std::int32_t HFile::ReadBytes(void* buf, std::int32_t count) {
     if (res != ResDone || count == 0) return 0;
@@ -86,7 +86,7 @@ std::int32_t HFile::ReadBytes(void* buf, std::int32_t count) {
     }
     auto const len = static_cast<std::size_t>(count);
     std::size_t got = 0;
-    bool const done = platform::Read(handle, buf, len, got);
+    bool const done = platform::Read(HandleOf(*this), buf, len, got);
     if (!done) res = GetFileRes();
     eof = done && got < len;
     return static_cast<std::int32_t>(got);
@@ -99,7 +99,7 @@ void HFile::WriteBytes(void const* buf, std::int32_t count) {
         return;
     }
     std::size_t put = 0;
-    bool const done = platform::Write(handle, buf, static_cast<std::size_t>(count), put);
+    bool const done = platform::Write(HandleOf(*this), buf, static_cast<std::size_t>(count), put);
     if (!done)
         res = GetFileRes();
     else if (put < static_cast<std::size_t>(count))
@@ -108,12 +108,12 @@ void HFile::WriteBytes(void const* buf, std::int32_t count) {
 
 std::int32_t HFile::GetPos() const {
     std::int64_t pos = 0;
-    return IsOpen() && platform::GetPosition(handle, pos) ? Saturated(pos) : 0;
+    return IsOpen() && platform::GetPosition(HandleOf(*this), pos) ? Saturated(pos) : 0;
 }
 
 std::int32_t HFile::Length() const {
     std::int64_t size = 0;
-    return IsOpen() && platform::GetSize(handle, size) ? Saturated(size) : 0;
+    return IsOpen() && platform::GetSize(HandleOf(*this), size) ? Saturated(size) : 0;
 }
 
 void HFile::SetPos(std::int32_t pos) {
@@ -122,7 +122,7 @@ void HFile::SetPos(std::int32_t pos) {
         res = ResCallError;
         return;
     }
-    GoTo(MinL(pos, Length()));
+    GoTo(*this, MinL(pos, Length()));
 }
 
 void HFile::SetPos(std::int32_t offset, std::int32_t origin) {
@@ -139,18 +139,18 @@ void HFile::SetPos(std::int32_t offset, std::int32_t origin) {
     SetPos(Saturated(base + offset));
 }
 
-void HFile::GoTo(std::int64_t pos) { Store(platform::SetPosition(handle, pos)); }
+void GoTo(HFile& file, std::int64_t pos) { Store(file, platform::SetPosition(HandleOf(file), pos)); }
 
 void HFile::Truncate() {
     if (IsOpen())
-        Store(platform::TruncateHere(handle));
+        Store(*this, platform::TruncateHere(HandleOf(*this)));
     else
         res = ResCallError;
 }
 
 void HFile::Flush() {
     if (IsOpen())
-        Store(platform::FlushFile(handle));
+        Store(*this, platform::FlushFile(HandleOf(*this)));
     else
         res = ResCallError;
 }

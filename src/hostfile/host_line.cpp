@@ -1,12 +1,10 @@
 // Lines of a host file. They are read in pieces, and the position is set back to the end of the line; a pipe, which
 // cannot go back, is read byte by byte.
-#include <vfile/host_file.h>
-
 #include <algorithm>
 #include <cstring>
 #include <span>
 
-#include "platform/platform.h"
+#include "hostfile/open_file.h"
 
 namespace vfile {
 namespace {
@@ -39,6 +37,30 @@ std::size_t BytesBeforeEol(std::span<char const> bytes) {
     return static_cast<std::size_t>(std::find_if(bytes.begin(), bytes.end(), isEol) - bytes.begin());
 }
 
+// Takes a line feed behind the carriage return along. Any other byte is lost, and the attempt to go back says so.
+void EndPipeLineAfterCr(HFile& file) {
+    char c = 0;
+    file.ReadBytes(&c, 1);
+    if (file.res == ResDone && !file.eof && c == '\n') return;
+    file.eof = false;
+    GoTo(file, 0);
+}
+
+// `rest` is what was read from the line end on, which stands at `at`, negative in a pipe. The position goes behind the
+// line end.
+void EndLine(HFile& file, std::span<char const> rest, std::int64_t at) {
+    bool const isCr = rest[0] == '\r';
+    if (at < 0) {
+        if (isCr) EndPipeLineAfterCr(file);
+        return;
+    }
+    std::size_t got = rest.size() - 1;
+    char behind = got > 0 ? rest[1] : '\0';
+    if (isCr && got == 0 && !platform::Read(HandleOf(file), &behind, 1, got)) got = 0;
+    std::size_t const eol = isCr && got > 0 && behind == '\n' ? 2 : 1;
+    if (got + 1 > eol) GoTo(file, at + static_cast<std::int64_t>(eol));
+}
+
 }  // namespace
 
 std::int32_t HFile::ReadLine(char* buf, std::int32_t size) {
@@ -50,10 +72,10 @@ std::int32_t HFile::ReadLine(char* buf, std::int32_t size) {
     LineBuffer line(buf, size);
     char piece[kPiece];
     std::int64_t start = 0;
-    bool const goesBack = platform::GetPosition(handle, start);
+    bool const goesBack = platform::GetPosition(HandleOf(*this), start);
     for (;;) {
         std::size_t got = 0;
-        if (!platform::Read(handle, piece, goesBack ? kPiece : 1, got)) {
+        if (!platform::Read(HandleOf(*this), piece, goesBack ? kPiece : 1, got)) {
             res = GetFileRes();
             eof = false;
             break;
@@ -63,36 +85,12 @@ std::int32_t HFile::ReadLine(char* buf, std::int32_t size) {
         std::size_t const n = BytesBeforeEol({piece, got});
         line.Add({piece, n});
         if (n < got) {
-            EndLine({piece + n, got - n}, goesBack ? start + static_cast<std::int64_t>(n) : -1);
+            EndLine(*this, {piece + n, got - n}, goesBack ? start + static_cast<std::int64_t>(n) : -1);
             break;
         }
         start += static_cast<std::int64_t>(got);
     }
     return line.End();
-}
-
-// `rest` is what was read from the line end on, which stands at `at`, negative in a pipe. The position goes behind the
-// line end.
-void HFile::EndLine(std::span<char const> rest, std::int64_t at) {
-    bool const isCr = rest[0] == '\r';
-    if (at < 0) {
-        if (isCr) EndPipeLineAfterCr();
-        return;
-    }
-    std::size_t got = rest.size() - 1;
-    char behind = got > 0 ? rest[1] : '\0';
-    if (isCr && got == 0 && !platform::Read(handle, &behind, 1, got)) got = 0;
-    std::size_t const eol = isCr && got > 0 && behind == '\n' ? 2 : 1;
-    if (got + 1 > eol) GoTo(at + static_cast<std::int64_t>(eol));
-}
-
-// Takes a line feed behind the carriage return along. Any other byte is lost, and the attempt to go back says so.
-void HFile::EndPipeLineAfterCr() {
-    char c = 0;
-    ReadBytes(&c, 1);
-    if (res == ResDone && !eof && c == '\n') return;
-    eof = false;
-    GoTo(0);
 }
 
 }  // namespace vfile

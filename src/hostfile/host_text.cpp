@@ -8,7 +8,6 @@
 
 #include "frame/number_text.h"
 #include "frame/stop.h"
-#include "platform/platform.h"
 
 namespace vfile {
 namespace {
@@ -20,27 +19,27 @@ void TurnForFile(unsigned char* value, std::int32_t width) {
 
 }  // namespace
 
-void HFile::ReadNumber(void* value, std::int32_t width) {
+void internal::ReadNumber(HFile& file, void* value, std::int32_t width) {
     auto* const bytes = static_cast<unsigned char*>(value);
     TurnForFile(bytes, width);  // a read that falls short leaves the upper part of the variable
-    ReadBytes(bytes, width);
+    file.ReadBytes(bytes, width);
     TurnForFile(bytes, width);
 }
 
-void HFile::WriteNumber(void const* value, std::int32_t width) {
+void internal::WriteNumber(HFile& file, void const* value, std::int32_t width) {
     unsigned char bytes[8];
     std::memcpy(bytes, value, static_cast<std::size_t>(width));
     TurnForFile(bytes, width);
-    WriteBytes(bytes, width);
+    file.WriteBytes(bytes, width);
 }
 
-void HFile::WriteRun(unsigned char c, std::int32_t count) {
-    if (res != ResDone || count < 1) return;
+void internal::WriteRun(HFile& file, unsigned char c, std::int32_t count) {
+    if (file.res != ResDone || count < 1) return;
     unsigned char run[1024];
     std::memset(run, c, std::min(sizeof run, static_cast<std::size_t>(count)));
-    while (count > 0 && res == ResDone) {
+    while (count > 0 && file.res == ResDone) {
         std::int32_t const piece = std::min<std::int32_t>(count, sizeof run);
-        WriteBytes(run, piece);
+        file.WriteBytes(run, piece);
         count -= piece;
     }
 }
@@ -62,22 +61,23 @@ void HFile::WriteLn() { WriteBytes("\r\n", 2); }
 namespace {
 
 template <class T>
-void Put(HFile& file, T value) {
+HFile& Put(HFile& file, T value) {
     if (!IsRadix(file.radix)) {
         Halt(u"HFile", u"operator<<", u"radix out of range");
-        return;
+        return file;
     }
     NumberScratch scratch;
     std::string_view const text = NumberText(scratch, value, file.radix);
     file.WriteBytes(text.data(), static_cast<std::int32_t>(text.size()));
+    return file;
 }
 
 }  // namespace
 
-HFile& HFile::PutNumber(std::int32_t value) { return Put(*this, value), *this; }
-HFile& HFile::PutNumber(std::uint32_t value) { return Put(*this, value), *this; }
-HFile& HFile::PutNumber(std::int64_t value) { return Put(*this, value), *this; }
-HFile& HFile::PutNumber(std::uint64_t value) { return Put(*this, value), *this; }
+HFile& internal::PutNumber(HFile& file, std::int32_t value) { return Put(file, value); }
+HFile& internal::PutNumber(HFile& file, std::uint32_t value) { return Put(file, value); }
+HFile& internal::PutNumber(HFile& file, std::int64_t value) { return Put(file, value); }
+HFile& internal::PutNumber(HFile& file, std::uint64_t value) { return Put(file, value); }
 
 std::int32_t HFile::ReadTxt(char* buf, std::int32_t size, std::int32_t pos, std::int32_t len) {
     if (res != ResDone) return 0;

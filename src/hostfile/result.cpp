@@ -73,8 +73,6 @@ FileRes GetFileRes() {
 
 FileRes GetFileRes(HFile const& file) { return IsNamed(file.res) ? file.res : ResNotDone; }
 
-FileRes HFile::GetFileRes() { return vfile::GetFileRes(); }
-
 void HFile::GetResMsg(TChar* msg, std::uint32_t size, FileRes res) { AssignStr(msg, size, WordOf(res)); }
 
 void GetTextResMsg(TChar* msg, std::uint32_t size, FileRes res) {

@@ -1,13 +1,12 @@
 // The directory for temporary files, and files in it.
 #include <vfile/bounded_strings.h>
-#include <vfile/host_file.h>
 
 #include <algorithm>
 #include <charconv>
 #include <string_view>
 
 #include "frame/stop.h"
-#include "platform/platform.h"
+#include "hostfile/open_file.h"
 
 namespace vfile {
 namespace {
@@ -99,7 +98,7 @@ bool HFile::CreateTempFile(HFile& file, TChar* name, std::uint32_t size, TChar c
             file.res = ResIllegalName;
             return false;
         }
-        if (file.OpenAs(name, mode)) return true;
+        if (OpenAs(file, name, mode)) return true;
         if (!IsTaken(file.res, name)) return false;
     }
     return false;

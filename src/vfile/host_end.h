@@ -1,18 +1,17 @@
 // The host's end of a transfer: an HFile, or a bare handle. It is borrowed and not closed.
 #pragma once
 
-#include <vfile/host_file.h>
 #include <vfile/result.h>
 #include <vfile/virtual_file.h>
 
-#include "platform/platform.h"
+#include "hostfile/open_file.h"
 #include "vfile/inflow.h"
 
 namespace vfile {
 
 class VFile::HostEnd final : public Inflow {
 public:
-    explicit HostEnd(HFile& hostFile) : file(&hostFile), handle(hostFile.handle) {}
+    explicit HostEnd(HFile& hostFile) : file(&hostFile), handle(HandleOf(hostFile)) {}
     explicit HostEnd(void* hostHandle) : handle(hostHandle) {}
 
     bool IsOpen() const override { return handle != InvalidHandle(); }

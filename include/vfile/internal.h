@@ -1,0 +1,35 @@
+/// Not for hosts: what the classes of the library keep for themselves, and what their inline operations call. Each class
+/// keeps it behind one private member, `vfileState`, so that the library can change what it needs, and a class derived
+/// from it has all other names for its own. Nothing of namespace vfile::internal is promised to stay.
+#pragma once
+
+#include <vfile/export.h>
+#include <vfile/handle.h>
+
+#include <cstdint>
+
+namespace vfile {
+class HFile;
+}
+
+namespace vfile::internal {
+
+struct Access;      // the library's own way in, and the only friend
+class DirSearch;    // of an HFileDir
+class PagedMemory;  // of a VMem
+
+struct HFileState {
+    void* handle = InvalidHandle();
+    void* more = nullptr;  // for what an HFile may have to keep one day: its size stays
+};
+
+/// Whole numbers of 2, 4 or 8 bytes, as they stand in files; digits to the base of the file; a run of one byte.
+VFILE_EXPORT void ReadNumber(HFile& file, void* value, std::int32_t width);
+VFILE_EXPORT void WriteNumber(HFile& file, void const* value, std::int32_t width);
+VFILE_EXPORT HFile& PutNumber(HFile& file, std::int32_t value);
+VFILE_EXPORT HFile& PutNumber(HFile& file, std::uint32_t value);
+VFILE_EXPORT HFile& PutNumber(HFile& file, std::int64_t value);
+VFILE_EXPORT HFile& PutNumber(HFile& file, std::uint64_t value);
+VFILE_EXPORT void WriteRun(HFile& file, unsigned char c, std::int32_t count);
+
+}  // namespace vfile::internal
