@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -76,6 +77,43 @@ void MeasureWide(Context const& context, Figures& figures) {
                               (forward ? ", forward" : ", backward"),
                           rate, {"GB/s", 2}, {Bar::AtLeast, 4});
     }
+}
+
+// Patterns and texts that repeat themselves, so that matches fail late and everywhere.
+void MeasureRepeating(Context const& context, Figures& figures) {
+    std::int64_t const bytes = context.bytes / 16;
+    auto const measure = [&](std::string const& name, auto const& byteAt, std::string const& pattern) {
+        vfile::VFile file;
+        std::string piece(kStep, '\0');
+        for (std::int64_t done = 0; done < bytes; done += static_cast<std::int64_t>(piece.size())) {
+            for (std::size_t i = 0; i < piece.size(); ++i) piece[i] = byteAt(i);
+            file.AppendBytes(piece.data(), static_cast<std::int32_t>(piece.size()));
+        }
+        std::string const mirrored(pattern.rbegin(), pattern.rend());
+        for (bool const forward : {true, false}) {
+            Samples const rate = Absent(context, file.Length(), [&] {
+                std::int32_t position = forward ? 0 : file.Length();
+                return forward ? file.Find(position, pattern.c_str(), false, false)
+                               : file.FindBack(position, mirrored.c_str(), false, false);
+            });
+            figures.AddSingle(name + (forward ? ", forward" : ", backward"), rate, {"GB/s", 2},
+                              {Bar::AtLeast, 0.5});
+        }
+    };
+    for (std::size_t const n : {16u, 256u, 4096u}) {
+        measure(
+            "Find " + std::to_string(n) + " times `a` and a `b` among nothing but `a`",
+            [](std::size_t) { return 'a'; }, std::string(n, 'a') + 'b');
+    }
+    std::string aab;
+    for (int i = 0; i < 20; ++i) aab += "aab";
+    std::mt19937 random(1);
+    measure(
+        "Find 20 times `aab` and a `c` among `a` and `b` at random",
+        [&](std::size_t) { return random() % 2 ? 'a' : 'b'; }, aab + 'c');
+    measure(
+        "The same among `aa` and `a` or `b` at random",
+        [&](std::size_t i) { return i % 3 == 2 && random() % 2 ? 'b' : 'a'; }, aab + 'c');
 }
 
 void MeasureRareWord(Context const& context, vfile::VFile& file, Figures& figures) {
@@ -180,6 +218,7 @@ void Measure(Context const& context, Figures& figures) {
         MeasureLines(context, file, figures);
         Remove(context.Path("text"));
     }
+    MeasureRepeating(context, figures);
     MeasureWide(context, figures);
     MeasureReplace(context, figures);
 }

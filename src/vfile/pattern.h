@@ -1,227 +1,191 @@
 // A string of units, bytes or 16-bit ones, to be found in either direction and with or without regard to case: how
-// units compare, where a match may begin, and what a failed partial match leaves.
+// units compare, and what a failed partial match leaves.
 //
-//   Memory    none beside the caller's string: no copy, no table.
+//   Memory    none beside the caller's string: no copy, no table. What a match under way has found out about the
+//             pattern are six numbers.
+//   Cost      linear in what is read, whatever the pattern and the text; no run is asked for twice.
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <iterator>
 #include <span>
-#include <type_traits>
+
+#include "vfile/first_units.h"
+#include "vfile/unit_order.h"
 
 namespace vfile {
 
-using Byte = unsigned char;
+// A match that is under way.
+struct PartialMatch {
+    std::size_t matched = 0;  // units
 
-// The order in which file and pattern are read. Unit k of a pattern of `len` is the one at Index; the unit read next
-// lies kStep further.
-struct Downward;
-struct Upward {
-    using Opposite = Downward;
-    static constexpr std::ptrdiff_t kStep = 1;
-    static constexpr std::size_t Index(std::size_t, std::size_t k) { return k; }
-};
-struct Downward {
-    using Opposite = Upward;
-    static constexpr std::ptrdiff_t kStep = -1;
-    static constexpr std::size_t Index(std::size_t len, std::size_t k) { return len - 1 - k; }
-};
+    // Units of the pattern, `from` up to `held`, which the text is known to hold before its next unit, and which are to
+    // be read again, before that one.
+    std::size_t from = 0;
+    std::size_t held = 0;
 
-// Under which units are equal. Folding goes by ASCII alone, so that the result is the same in every locale.
-struct Exact {
-    template <class Unit>
-    static constexpr Unit Of(Unit unit) {
-        return unit;
-    }
-    // The bits in which a unit and its equals differ.
-    template <class Unit>
-    static constexpr Unit Either(Unit) {
-        return 0;
-    }
-};
-struct Folded {
-    template <class Unit>
-    static constexpr Unit Of(Unit unit) {
-        return static_cast<Unit>(unit >= 'a' && unit <= 'z' ? unit - kCaseBit : unit);
-    }
-    template <class Unit>
-    static constexpr Unit Either(Unit unit) {
-        return Of(unit) >= 'A' && Of(unit) <= 'Z' ? kCaseBit : 0;
-    }
-    static constexpr int kCaseBit = 'a' - 'A';
+    // Of the first `repeats` + `more` units of the pattern: the suffix that is the greatest in their order begins at
+    // `suffix`. It repeats its first `period` units up to `repeats`, and `more` units, fewer than a period, behind it.
+    std::size_t suffix = 0;
+    std::size_t repeats = 1;
+    std::size_t more = 0;
+    std::size_t period = 1;
+
+    bool IsNone() const { return matched == 0 && from == held; }
+    void ForgetSuffix() { suffix = more = 0, repeats = period = 1; }
 };
 
 template <class Unit, class Direction, class Fold>
 class Pattern {
 public:
     // `units` are at least one. They stay the caller's.
-    explicit Pattern(std::span<Unit const> units)
-        : text(units),
-          reach(std::min(units.size() - 1, kReach)),
-          anchors{AnchorIn(0, reach / 3), AnchorIn(reach / 3, 2 * reach / 3),
-                  AnchorIn(2 * reach / 3, reach)} {}
+    explicit Pattern(std::span<Unit const> units) : text(units), firstUnits(units) {}
 
     std::size_t Length() const { return text.size(); }
 
     // Reads the units of `run`, the lower byte of each first, to the end of a match, or all of them; gives how many it
-    // has read. Of a match that is under way, `matched` units have been read before, and afterwards.
-    std::size_t ReadRun(std::span<Byte const> run, std::size_t& matched) const;
+    // has read.
+    std::size_t ReadRun(std::span<Byte const> run, PartialMatch& match) const;
 
-    // Reads one unit. What a failed partial match leaves is found in the pattern.
-    void Read(Unit unit, std::size_t& matched) const {
-        Unit const folded = Fold::Of(unit);
-        while (matched > 0 && folded != At(matched)) matched -= Shift(matched);
-        if (folded == At(matched)) ++matched;
-    }
+    // Reads one unit, behind those that are to be read again.
+    void Read(Unit unit, PartialMatch& match) const;
 
 private:
-    using Word = std::
-        uint64_t;  // of neighbouring units, looked at together; the compiler makes longer vectors of them
-    static constexpr std::size_t kLanes = sizeof(Word) / sizeof(Unit);
-    static constexpr Word kOnes = ~Word{0} / static_cast<Unit>(-1);
-    static constexpr std::size_t kGroup = 32;  // words; fewer are unrolled before they can become vectors
+    using Units = UnitsOfRun<Unit, Direction>;
 
-    // A match is looked for by three of its units, all so near to its first one that at the end of a run few places are
-    // left that have to be looked at one by one, however long the pattern. They lie apart, and are rare ones if they
-    // can be: each candidate that is none costs as much as passing some hundred places.
-    static constexpr std::size_t kReach = 15;
-    static constexpr char kCommonest[] = "\0 etaoinsrhldcumfpgwybv0123456789.,\n";
-
-    // What each unit of a word must be to fit, once the bits of `either` are set.
-    struct Anchor {
-        std::ptrdiff_t offset;  // from the first unit of the match, in bytes
-        Word either;
-        Word value;
-        Word Misfit(Byte const* place) const {
-            Word word;
-            std::memcpy(&word, place, sizeof word);
-            return (std::is_same_v<Fold, Exact> ? word : word | either) ^ value;
-        }
-    };
-
-    // The units of a run in the order of reading.
-    struct Units {
-        Byte const* first;
-        std::size_t count;
-        Byte const* Place(std::size_t n) const { return first + BytesTo(n); }
-        Unit operator[](std::size_t n) const {
-            Byte const* const at = Place(n);
-            return static_cast<Unit>(sizeof(Unit) == 1 ? at[0] : at[0] | at[sizeof(Unit) - 1] << 8);
-        }
-    };
-    static std::ptrdiff_t BytesTo(std::size_t n) {
-        return Direction::kStep * static_cast<std::ptrdiff_t>(n * sizeof(Unit));
-    }
-    static Units UnitsOf(std::span<Byte const> run) {
-        Byte const* const end = run.data() + run.size();
-        return {Direction::kStep > 0 ? run.data() : end - sizeof(Unit), run.size() / sizeof(Unit)};
-    }
+    static constexpr std::size_t kTogether = 64;  // units that are compared in one go
 
     Unit At(std::size_t k) const { return Fold::Of(text[Direction::Index(text.size(), k)]); }
-
-    // By how much a partial match of `matched` units has to move on, before it can be one again: the smallest shift
-    // under which the pattern's own units agree, `matched` itself when there is none. Equality is that of the search, so
-    // that the pattern's repetitions are judged with case folded too.
-    std::size_t Shift(std::size_t matched) const {
-        std::size_t shift = 1;
-        while (!Repeats(shift, matched)) ++shift;
-        return shift;
-    }
-    bool Repeats(std::size_t shift, std::size_t matched) const {
-        for (std::size_t k = shift; k < matched; ++k) {
-            if (At(k) != At(k - shift)) return false;
-        }
-        return true;
-    }
-
-    static Word InEachLane(Unit unit);
-    std::size_t Rarity(std::size_t k) const;
-    Anchor AnchorIn(std::size_t from, std::size_t to) const;
-    template <std::size_t kWords>
-    bool MayBeginIn(Byte const* low) const;
-    template <std::size_t kWords>
-    std::size_t Pass(Units const& units, std::size_t at) const;
+    void GrowSuffix(PartialMatch& match) const;
+    bool RepeatsAtOnce(PartialMatch const& match) const;
+    void Fail(Unit folded, PartialMatch& match) const;
+    std::size_t PassRepeats(Units const& units, std::size_t at, std::size_t period,
+                            PartialMatch& match) const;
 
     std::span<Unit const> text;
-    std::size_t reach;
-    Anchor anchors[3];
+    FirstUnits<Unit, Direction, Fold> firstUnits;
 };
 
 template <class Unit, class Direction, class Fold>
-auto Pattern<Unit, Direction, Fold>::InEachLane(Unit unit) -> Word {
-    Byte bytes[sizeof(Word)];
-    for (std::size_t i = 0; i < sizeof bytes; ++i)
-        bytes[i] = static_cast<Byte>(unit >> 8 * (i % sizeof unit));
-    Word word;
-    std::memcpy(&word, bytes, sizeof word);
-    return word;
-}
-
-template <class Unit, class Direction, class Fold>
-std::size_t Pattern<Unit, Direction, Fold>::Rarity(std::size_t k) const {
-    auto const unit = static_cast<Unit>(At(k) | Fold::Either(At(k)));
-    return static_cast<std::size_t>(std::find(std::begin(kCommonest), std::end(kCommonest), unit) -
-                                    kCommonest);
-}
-
-// The rarest unit from `from` to `to`.
-template <class Unit, class Direction, class Fold>
-auto Pattern<Unit, Direction, Fold>::AnchorIn(std::size_t from, std::size_t to) const -> Anchor {
-    std::size_t best = from;
-    for (std::size_t k = from + 1; k <= to; ++k) {
-        if (Rarity(k) > Rarity(best)) best = k;
+void Pattern<Unit, Direction, Fold>::Read(Unit unit, PartialMatch& match) const {
+    Unit const folded = Fold::Of(unit);
+    for (;;) {
+        bool const again = match.from < match.held;
+        Unit const next = again ? At(match.from) : folded;
+        if (next != At(match.matched) && match.matched > 0) {
+            Fail(next, match);
+            continue;
+        }
+        if (next == At(match.matched)) ++match.matched;
+        if (!again) return;
+        ++match.from;
     }
-    Unit const either = Fold::Either(At(best));
-    return {BytesTo(best), InEachLane(either), InEachLane(static_cast<Unit>(At(best) | either))};
 }
 
-// Whether a match may begin at one of the places in a row of words, of which `low` is the lowest.
+// Brings what is known of the greatest suffix up to the units that are matched. From none to all of them it takes two
+// comparisons a unit at most.
 template <class Unit, class Direction, class Fold>
-template <std::size_t kWords>
-bool Pattern<Unit, Direction, Fold>::MayBeginIn(Byte const* low) const {
-    Anchor const a = anchors[0], b = anchors[1], c = anchors[2];
-    Byte const* const pa = low + a.offset;
-    Byte const* const pb = low + b.offset;
-    Byte const* const pc = low + c.offset;
-    Word any = 0;
-    for (std::size_t i = 0; i < kWords * sizeof(Word); i += sizeof(Word)) {
-        Word const misfit = a.Misfit(pa + i) | b.Misfit(pb + i) | c.Misfit(pc + i);
-        any |= (misfit - kOnes) & ~misfit;  // the top bit of the lowest lane without a misfit
+void Pattern<Unit, Direction, Fold>::GrowSuffix(PartialMatch& match) const {
+    while (match.repeats + match.more < match.matched) {
+        Unit const next = At(match.repeats + match.more);
+        Unit const expected = At(match.suffix + match.more);
+        if (next > expected) {  // a greater suffix begins where the last repetition ended
+            match.suffix = match.repeats++;
+            match.more = 0;
+            match.period = 1;
+        } else if (next < expected) {  // it repeats nothing any more
+            match.repeats += match.more + 1;
+            match.more = 0;
+            match.period = match.repeats - match.suffix;
+        } else if (++match.more == match.period) {
+            match.repeats += match.period;
+            match.more = 0;
+        }
     }
-    return (any & kOnes << (8 * sizeof(Unit) - 1)) != 0;
 }
 
-// Passes rows of words as long as no match may begin in them. All the anchors of a row lie in the run, so that the last
-// row may overlap the one before.
+// Whether the matched units repeat with the period of their greatest suffix from the first one on.
 template <class Unit, class Direction, class Fold>
-template <std::size_t kWords>
-std::size_t Pattern<Unit, Direction, Fold>::Pass(Units const& units, std::size_t at) const {
-    constexpr std::size_t kPlaces = kWords * kLanes;
-    if (units.count < kPlaces + reach) return at;
-    std::size_t const lastRow = units.count - reach - kPlaces;
-    while (at < lastRow + kPlaces) {
-        std::size_t const row = std::min(at, lastRow);
-        if (MayBeginIn<kWords>(units.Place(Direction::kStep > 0 ? row : row + kPlaces - 1))) break;
-        at = row + kPlaces;
+bool Pattern<Unit, Direction, Fold>::RepeatsAtOnce(PartialMatch const& match) const {
+    if (match.suffix > match.period) return false;
+    for (std::size_t k = 0; k < match.suffix; ++k) {
+        if (At(k) != At(k + match.period)) return false;
     }
+    return true;
+}
+
+// Moves a match on that the unit `folded` does not continue, by no more than the smallest shift under which the matched
+// units agree with themselves. With u v for them, v the greatest suffix, of period p:
+//
+//   u ends v's first period    that shift is p; the rest stays matched
+//   it does not                the shift is larger than u, and than v or than u with the full repetitions of v. That
+//                              is half of the matched units at least, so that the rest may well be read again: from
+//                              the pattern, since that is what the text was equal to
+//
+// After M. Crochemore, String-matching on ordered alphabets, Theoretical Computer Science 92 (1992).
+template <class Unit, class Direction, class Fold>
+void Pattern<Unit, Direction, Fold>::Fail(Unit folded, PartialMatch& match) const {
+    GrowSuffix(match);
+    if (!RepeatsAtOnce(match)) {
+        std::size_t const shift =
+            std::max(match.suffix, std::min(match.matched - match.suffix, match.repeats)) + 1;
+        if (match.from == match.held) match.from = match.held = match.matched;
+        match.from -= match.matched - shift;
+        match.matched = 0;
+        match.ForgetSuffix();
+        return;
+    }
+    bool const ends =
+        folded != At(match.matched - match.period);  // so that it continues none of the repetitions
+    if (ends && match.matched >= 2 * match.period) {
+        match.matched = match.period + match.matched % match.period;
+        match.ForgetSuffix();
+        return;
+    }
+    match.matched -= match.period;
+    if (match.repeats - match.suffix > match.period) {
+        match.repeats -= match.period;
+    } else {
+        match.ForgetSuffix();
+    }
+}
+
+// Once a unit has moved a match on by `period`, that many of the text's last units repeat. As long as it goes on with
+// them the match will be moved on again and again, each time by as much, and nothing has to be asked.
+template <class Unit, class Direction, class Fold>
+std::size_t Pattern<Unit, Direction, Fold>::PassRepeats(Units const& units, std::size_t at,
+                                                        std::size_t period, PartialMatch& match) const {
+    std::size_t const from = at;
+    auto const repeats = [&](std::size_t n) { return Fold::Of(units[n]) == Fold::Of(units[n - period]); };
+    for (bool all = true; all && units.count - at >= kTogether;) {
+        for (std::size_t n = at; n < at + kTogether; ++n) all &= repeats(n);
+        if (all) at += kTogether;
+    }
+    while (at < units.count && repeats(at)) ++at;
+    match.matched += (at - from) % period;
     return at;
 }
 
+// What little a failed match leaves is given up where many places can be looked at together instead.
 template <class Unit, class Direction, class Fold>
-std::size_t Pattern<Unit, Direction, Fold>::ReadRun(std::span<Byte const> run, std::size_t& matched) const {
-    Units const units = UnitsOf(run);
-    Unit const first = At(0);
+std::size_t Pattern<Unit, Direction, Fold>::ReadRun(std::span<Byte const> run, PartialMatch& match) const {
+    Units const units(run);
     std::size_t at = 0;
-    while (at < units.count && matched < text.size()) {
-        if (matched == 0) {
-            at = Pass<1>(units, Pass<kGroup>(units, at));
-            while (at < units.count && Fold::Of(units[at]) != first) ++at;
+    while (at < units.count && match.matched < text.size()) {
+        if (match.IsNone()) {
+            at = firstUnits.Find(units, at);
             if (at == units.count) break;
         }
-        Read(units[at++], matched);
+        std::size_t const before = match.matched;
+        Read(units[at++], match);
+        std::size_t const shift = before + 1 - match.matched;
+        if (shift == 0 || match.matched == 0 || match.matched == text.size()) continue;
+        if (match.matched <= at && firstUnits.SeesBeyond(match.matched, units.count - at)) {
+            at -= match.matched;
+            match = {};
+        } else if (shift <= at) {
+            at = PassRepeats(units, at, shift, match);
+        }
     }
     return at;
 }

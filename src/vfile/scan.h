@@ -29,17 +29,17 @@ Unit VFile::ReadUnit() {
 // is set.
 template <class Unit, class Direction, class Fold>
 bool VFile::Scan(Pattern<Unit, Direction, Fold> const& pattern) {
-    std::size_t matched = 0;
-    while (matched < pattern.Length()) {
+    PartialMatch match;
+    while (match.matched < pattern.Length()) {
         auto const run = Direction::kStep > 0 ? RunAhead(kInPlace) : RunBehind(kInPlace);
         if (run.size() >= sizeof(Unit)) {
-            auto const bytes = static_cast<std::ptrdiff_t>(pattern.ReadRun(run, matched) * sizeof(Unit));
+            auto const bytes = static_cast<std::ptrdiff_t>(pattern.ReadRun(run, match) * sizeof(Unit));
             MoveInBlock(Direction::kStep * bytes);
             continue;
         }
         Unit const unit = ReadUnit<Unit, Direction>();  // lies across a border, or is none
         if (eof) return false;
-        pattern.Read(unit, matched);
+        pattern.Read(unit, match);
     }
     return true;
 }

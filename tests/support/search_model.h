@@ -107,9 +107,14 @@ private:
         return bytes;
     }
     auto AnyAlphabet() { return Side::kAlphabets[random() % std::size(Side::kAlphabets)]; }
+    // A third of them repeats itself but for a few units, so that matches fail late.
     String Text(std::size_t length, std::basic_string_view<Char> alphabet) {
+        std::size_t const period = random() % 3 ? length : 1 + random() % 7;
         String text(length, Char{});
-        for (Char& c : text) c = alphabet[random() % alphabet.size()];
+        for (std::size_t i = 0; i < length; ++i) {
+            bool const fresh = i < period || random() % 25 == 0;
+            text[i] = fresh ? alphabet[random() % alphabet.size()] : text[i - period];
+        }
         return text;
     }
 
