@@ -304,7 +304,15 @@ TEST_F(HooksTest, NoCallWorksOnAnotherThread) {
         clean.Begin(content_, {});
         Run(call, clean);
         std::size_t const descriptors = OpenDescriptors();
-        std::thread([&] { EXPECT_ASSERTION_STOP("VFile", Run(call, f)); }).join();
+        std::thread([&] {
+            EXPECT_ASSERTION_STOP("VFile", Run(call, f));
+            NoteHalts goingOn;
+            Run(call, f);
+            f.res = ResDone;
+            f.SaveText(u"", true, f.EncodingUtf8, false);
+            f.LoadText(u"", 1);
+            EXPECT_EQ(f.res, ResDone) << "the name was looked at";
+        }).join();
         EXPECT_EQ(OpenDescriptors(), descriptors);
         EXPECT_TRUE(AllBytes(f.bytes) == content_);
         Again(call, clean, f);

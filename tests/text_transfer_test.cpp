@@ -167,6 +167,15 @@ TEST(TextTransfer, AFailedLoadLeavesTheFileEmptyWithItsCode) {
     WriteWhole(large, "\xFE\xFF");
     ASSERT_EQ(truncate(large.c_str(), off_t{2} << 30 | 2), 0);
     load("large", ResTooLong, EncodingUtf16BE, "", text);
+    int seeks[2];
+    for (int const more : {0, 1}) {  // a byte more than units fit: read twice, as going back tells
+        WriteWhole(large, "");
+        ASSERT_EQ(truncate(large.c_str(), MaxLen / 2 + more), 0);
+        Faults counting({Fault::kFail, 99, EIO, 0, Call::kSeek});
+        load("large", ResDone, EncodingAnsi, "", text);
+        seeks[more] = counting.Seen();
+    }
+    EXPECT_LT(seeks[0], seeks[1]);
 }
 
 TEST(TextTransfer, SavesInEveryEncoding) {

@@ -100,7 +100,7 @@ constexpr struct {
      },                                                                                                "2099: abcd| 6 0"  },
     {[](TCharVFile& f) -> int {
          TChar u[9];
-         return f.ReadTChars(u, 9);
+         return f.ReadTChars(u, -1);
      },                                                                                                "3: abcd| 9+ 0"    },
     {[](TCharVFile& f) -> int { return f.ReadTChars(nullptr, 2); },                                         "0: abcd| 2 2"     },
     {[](TCharVFile& f) -> int { return f.ToString() == u"abcd"; },                                          "1: abcd| 8 0"     },
@@ -120,6 +120,10 @@ constexpr struct {
     {[](TCharVFile& f) -> int { return f.eof = true, f.InsertTStr(u""), 0; },                               "0: abcd| 2 0"     },
     {[](TCharVFile& f) -> int { return f.InsertTStr(u"xy"), 0; },                                           "0: axybcd| 6 0"   },
     {[](TCharVFile& f) -> int { return f.InsertTChars(TString(u"xyz"), 2), 0; },                            "0: axybcd| 6 0"   },
+    {[](TCharVFile& f) -> int {
+         TString const two(u"xy");
+         return f.TruncateTChars(), f.AppendTChars(two, 9), f.InsertTChars(two, INT32_MAX), 0;
+     },                                                                                                "0: axyxy 10 0"    },
     {[](TCharVFile& f) -> int { return f.InsertTChars(u"xyz", -1), 0; },                                    "0: abcd| 2 2"     },
     {[](TCharVFile& f) -> int { return f.InsertTChars(u"xyz", INT32_MIN), 0; },                             "0: abcd| 2 2"     },
     {[](TCharVFile& f) -> int { return f.InsertTChars(u"xyz", 0x40000000), 0; },                            "0: abcd| 2 2"     },

@@ -4,9 +4,10 @@
 ///             low byte first. Nothing looks into a unit: a surrogate is one like any other.
 ///   Bytes     the byte operations that are named here stay in bytes, and may leave a cursor or a length odd. A
 ///             position in units then rounds down, and a lone last byte is no unit.
-///   Ranges    a position, and a count that goes through one, is clipped to the text. A negative one, or one
-///             above 0x3FFFFFFF, means its end; it is no failure. A count that comes with a pointer or a string
-///             is exact, from 0 to 0x3FFFFFFF; another is ResCallError.
+///   Ranges    positions, and counts of units of a text, are clipped to the text. A negative one, or one above
+///             0x3FFFFFFF, means its end; it is no failure. A count of units to put in that comes with a pointer
+///             is exact, from 0 to 0x3FFFFFFF, and another is ResCallError; with a string it is clipped to that,
+///             and a negative one is ResCallError.
 ///   Errors    `res`, `eof`, threads and stops are those of a virtual file (<vfile/virtual_file.h>), and so
 ///             are clipping, codes, hooks and cursor of every change. While `res` is set no change takes place.
 ///   Throws    std::bad_alloc, from the operations that build a string, and what a hook or a halt procedure of
@@ -28,6 +29,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace vfile {
 
@@ -139,7 +141,8 @@ public:
     void ReadPrevTChar(TChar& ch);
 
     /// Up to `count` units, and gives how many whole ones came. `eof` is set when they were fewer, and a lone
-    /// last byte is then stored behind them. ResCallError, result 0: `dst` null.
+    /// last byte is then stored behind them. A negative `count`, or one above 0x3FFFFFFF, asks for all the rest,
+    /// for which `dst` must have the room. ResCallError, result 0: `dst` null.
     std::int32_t ReadTChars(TChar* dst, std::int32_t count);
 
     /// Reads the rest of the line at the cursor, without its line end (CR LF, CR or LF), as a terminated string into
@@ -162,11 +165,11 @@ public:
     void InsertTChar(TChar ch, std::int32_t n);
     void AppendTChar(TChar ch, std::int32_t n);
 
-    /// `n` units at `data`, or the first `n` of a string; `n` is not held against its size.
+    /// `n` units at `data`; the first `n` of a string, as far as it has them.
     void InsertTChars(TChar const* data, std::int32_t n);
     void AppendTChars(TChar const* data, std::int32_t n);
-    void InsertTChars(TString const& s, std::int32_t n) { InsertTChars(s.data(), n); }
-    void AppendTChars(TString const& s, std::int32_t n) { AppendTChars(s.data(), n); }
+    void InsertTChars(TString const& s, std::int32_t n) { InsertTChars(s.data(), UnitsOf(s, n)); }
+    void AppendTChars(TString const& s, std::int32_t n) { AppendTChars(s.data(), UnitsOf(s, n)); }
 
     /// `count` units of a text from unit `from` on. `src` may be this one.
     void InsertTChars(TCharVFile const& src, std::int32_t from, std::int32_t count);
@@ -313,8 +316,11 @@ protected:
 private:
     friend struct VFileInspector;
 
+    static std::int32_t UnitsOf(TString const& s, std::int32_t n) {
+        return std::cmp_less(s.size(), n) ? static_cast<std::int32_t>(s.size()) : n;
+    }
     VFILE_LOCAL void LoadFrom(TChar const* name, Encoding const* known, Encoding& found, std::uint32_t share);
-    VFILE_LOCAL static FileRes CheckFits(void* file, std::int64_t ahead, Encoding encoding);
+    VFILE_LOCAL static FileRes CheckFits(void* file, std::int64_t size, Encoding encoding);
     VFILE_LOCAL void WriteText(HFile& file, Encoding encoding, bool writeBom);
     VFILE_LOCAL FileRes WriteUnits(HFile& file, Encoding encoding);
     VFILE_LOCAL std::strong_ordering Order(TCharVFile const& other) const;

@@ -34,6 +34,7 @@ std::size_t WriteEncoded(HFile& file, Encoder& encoder, TChar const* units, std:
 // Before the target loses what it holds, it is certain that the text can be converted. A target that a failed write
 // left incomplete stays.
 void TCharVFile::SaveText(TChar const* name, bool overwrite, Encoding encoding, bool writeBom) {
+    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
     SetPos(0);
     res = Encoder(Known(encoding)).Open();
     if (res != ResDone) return;
