@@ -50,10 +50,7 @@ int Backup(Options const& options) {
         ReportFailure(isThere ? options.file + " to " + BytesFromName(backup.Name()) : options.file, code);
         return kFailed;
     }
-    VFile answer;
-    answer << BytesFromName(backup.Name()).c_str() << "\n";
-    answer.Reset();
-    return WriteToStandardOutput(answer, MaxLen) ? kDone : kFailed;
+    return WriteToStandardOutput(BytesFromName(backup.Name()) + "\n") ? kDone : kFailed;
 }
 
 }  // namespace vfile::tool

@@ -28,40 +28,39 @@ void Apply(Options const& options) {
 }
 
 // A last line without an end counts, an empty one behind the last line end does not.
-void TellLines(VFile& answer, VFile& file) {
+void TellLines(std::string& answer, VFile& file) {
     using Counter = LineCounter<VFile>;
     Counter counter(file);
     counter.GoTo(file.Length());
     std::int32_t const ended = counter.Line() - 1;
-    answer << "lines    " << (counter.LineStart() < file.Length() ? ended + 1 : ended) << "\n";
+    answer += "lines    " + std::to_string(counter.LineStart() < file.Length() ? ended + 1 : ended) + "\n";
     if (ended > 0) {
         static constexpr char const* kNames[] = {" LF", " CR LF", " CR"};
         char const* before = "ends     ";
         for (auto const kind : {Counter::kLf, Counter::kCrLf, Counter::kCr}) {
             if (counter.Ends(kind) == 0) continue;
-            answer << before << counter.Ends(kind) << kNames[kind];
+            answer += before + std::to_string(counter.Ends(kind)) + kNames[kind];
             before = ", ";
         }
-        answer << "\n";
+        answer += "\n";
     }
     if (counter.Longest() > 0) {
-        answer << "longest  " << counter.Longest() << " bytes, line " << counter.LongestLine() << "\n";
+        answer += "longest  " + std::to_string(counter.Longest()) + " bytes, line " +
+                  std::to_string(counter.LongestLine()) + "\n";
     }
 }
 
 int Info(Options const& options) {
     VFile file;
     if (!ReadAll(file, options.file)) return kFailed;
-    VFile answer;
-    answer << "name     " << options.file.c_str() << "\nbytes    " << file.Length();
-    answer << (file.Length() == 0 ? " (empty)\n" : "\n");
+    std::string answer = "name     " + options.file + "\nbytes    " + std::to_string(file.Length());
+    answer += file.Length() == 0 ? " (empty)\n" : "\n";
     char start[kMarkBytes];
     file.Reset();
     auto const got = static_cast<std::size_t>(file.ReadBytes(start, kMarkBytes));
-    if (Mark const* const mark = MarkAt({start, got})) answer << "mark     " << mark->name << "\n";
+    if (Mark const* const mark = MarkAt({start, got})) answer += std::string("mark     ") + mark->name + "\n";
     TellLines(answer, file);
-    answer.Reset();
-    return StatusOf(WriteToStandardOutput(answer, MaxLen));
+    return StatusOf(WriteToStandardOutput(answer));
 }
 
 int Cut(Options const& options) {
@@ -73,8 +72,7 @@ int Cut(Options const& options) {
 
 // Saves `file` unless the change before has failed.
 int SaveChanged(VFile& file, Options const& options) {
-    auto const write = options.inPlace ? WriteSafely : WriteAll;
-    if (file.res == ResDone) return StatusOf(write(file, options.output));
+    if (file.res == ResDone) return StatusOf(WriteAll(file, options.output));
     ReportFailure(options.file, file.res);
     return kFailed;
 }
@@ -121,8 +119,7 @@ std::optional<std::int32_t> ReplaceText(Options const& options) {
         ReportFailure(options.file, text.res);
         return std::nullopt;
     }
-    auto const write = options.inPlace ? WriteTextSafely : WriteText;
-    if (!write(text, options.output, *form)) return std::nullopt;
+    if (!WriteText(text, options.output, *form)) return std::nullopt;
     return count;
 }
 
@@ -130,11 +127,9 @@ std::optional<std::int32_t> ReplaceText(Options const& options) {
 int Replace(Options const& options) {
     auto const count = options.asText ? ReplaceText(options) : ReplaceBytes(options);
     if (!count) return kFailed;
-    VFile answer;
-    answer << *count << "\n";
-    answer.Reset();
-    if (options.output != kStandardStream) return StatusOf(WriteToStandardOutput(answer, MaxLen));
-    std::fprintf(stderr, "%d\n", *count);
+    std::string const answer = std::to_string(*count) + "\n";
+    if (options.output != kStandardStream) return StatusOf(WriteToStandardOutput(answer));
+    std::fputs(answer.c_str(), stderr);
     return kDone;
 }
 

@@ -12,9 +12,8 @@ int Convert(Options const& options) {
     TCharVFile text;
     bool const utf16 =
         options.toEncoding == TCharVFile::EncodingUtf16 || options.toEncoding == TCharVFile::EncodingUtf16BE;
-    auto const write = options.inPlace ? WriteTextSafely : WriteText;
     bool const done = ReadText(text, options.file, options.fromEncoding) &&
-                      write(text, options.output, {options.toEncoding, options.mark.value_or(utf16)});
+                      WriteText(text, options.output, {options.toEncoding, options.mark.value_or(utf16)});
     return done ? kDone : kFailed;
 }
 

@@ -80,8 +80,7 @@ void AddFile(CLI::App& app, Options& options) {
 }
 
 void AddInPlace(CLI::App& app, Options& options) {
-    app.add_flag("--in-place", options.inPlace,
-                 "write FILE itself, so that its name always means the old bytes or the new");
+    app.add_flag("--in-place", options.inPlace, "write FILE itself, as -o FILE does");
 }
 
 void AddOutput(CLI::App& app, Options& options) {

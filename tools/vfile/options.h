@@ -15,7 +15,7 @@ struct Options {
     Command command = Command::kInfo;
     std::string file;      // read whole; "-" is standard input
     std::string output;    // written whole; "-" is standard output
-    bool inPlace = false;  // the output is the file, and replaced safely
+    bool inPlace = false;  // the output is the file
     std::int32_t at = 0;
     std::int32_t len = 0;
     std::optional<std::string> text;  // one of these two goes in

@@ -8,8 +8,6 @@
 namespace vfile::tool {
 namespace {
 
-std::string const* incomplete = nullptr;
-
 std::string WordsOf(FileRes res) {
     TChar words[64];
     GetTextResMsg(words, std::size(words), res);
@@ -23,7 +21,6 @@ void Stop(TChar const* message) {
         if (c == '\n') c = ' ';
     }
     ReportText(text);
-    if (incomplete) ReportText(*incomplete + ":" + kPartlyWritten);
     std::_Exit(kFailed);  // no destructor may touch what has just stopped
 }
 
@@ -35,14 +32,8 @@ void ReportText(std::string const& text) {
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
-void ReportFailure(std::string const& name, FileRes res, char const* remark) {
-    ReportText(name + ": " + WordsOf(res) + remark);
-}
+void ReportFailure(std::string const& name, FileRes res) { ReportText(name + ": " + WordsOf(res)); }
 
 void ReportStops() { InstallHaltProc(Stop); }
-
-Incomplete::Incomplete(std::string const& name) { incomplete = &name; }
-
-Incomplete::~Incomplete() { incomplete = nullptr; }
 
 }  // namespace vfile::tool

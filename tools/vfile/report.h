@@ -7,8 +7,8 @@
 
 namespace vfile::tool {
 
-// "vfile: NAME: WORDS", with the library's words for `res` and `remark` behind them.
-void ReportFailure(std::string const& name, FileRes res, char const* remark = "");
+// "vfile: NAME: WORDS", with the library's words for `res`.
+void ReportFailure(std::string const& name, FileRes res);
 
 // "vfile: TEXT"
 void ReportText(std::string const& text);
@@ -16,16 +16,5 @@ void ReportText(std::string const& text);
 // From here on a stop of the library is a line like the others and the exit status of a failure, where it would
 // else end the program with a signal: with a swap file that finds no room that is an ordinary end.
 void ReportStops();
-
-// The file that such a stop would leave incomplete, for as long as this lives.
-class Incomplete {
-public:
-    explicit Incomplete(std::string const& name);
-    ~Incomplete();
-    Incomplete(Incomplete const&) = delete;
-    Incomplete& operator=(Incomplete const&) = delete;
-};
-
-inline constexpr char kPartlyWritten[] = " (partly written)";
 
 }  // namespace vfile::tool

@@ -21,22 +21,22 @@ public:
     explicit Answer(std::string head) : head_(std::move(head)) {}
 
     void Add(std::int32_t position, std::int32_t line, std::int32_t column) {
-        text_ << head_.c_str() << position << ':' << line << ':' << column << '\n';
-        if (text_.Length() > 256 * 1024) Flush();
+        text_ += head_ + std::to_string(position) + ':' + std::to_string(line) + ':' +
+                 std::to_string(column) + '\n';
+        if (text_.size() > 256 * 1024) Flush();
     }
-    void AddCount(std::int32_t count) { text_ << head_.c_str() << count << '\n'; }
+    void AddCount(std::int32_t count) { text_ += head_ + std::to_string(count) + '\n'; }
 
     // False: it could not be written, which has been reported.
     bool Flush() {
-        text_.SetPos(0);
-        good_ = good_ && WriteToStandardOutput(text_, MaxLen);
-        text_ = "";
+        good_ = good_ && WriteToStandardOutput(text_);
+        text_.clear();
         return good_;
     }
     bool Good() const { return good_; }
 
 private:
-    VFile text_;
+    std::string text_;
     std::string head_;
     bool good_ = true;
 };

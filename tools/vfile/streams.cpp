@@ -33,20 +33,6 @@ void ReadPieces(VFile& file, HFile& source) {
     file.ReadFromFile(source, MaxLen);
 }
 
-// `target` is an HFile or a handle.
-template <class Target>
-void WritePieces(VFile& file, Target& target, std::int32_t count) {
-    std::int32_t const length = std::min(count, file.Length() - file.GetPos());
-    Progress progress("writing", length);
-    std::int32_t done = 0;
-    while (done < length && file.res == ResDone) {
-        std::int32_t const piece = std::min(kPiece, length - done);
-        file.WriteToFile(target, piece);
-        done += piece;
-        progress.Show(done);
-    }
-}
-
 }  // namespace
 
 bool ReadAll(VFile& file, std::string const& name) {
@@ -65,32 +51,35 @@ bool ReadAll(VFile& file, std::string const& name) {
 }
 
 bool WriteAll(VFile& file, std::string const& name) {
-    file.SetPos(0);
-    if (name == kStandardStream) return WriteToStandardOutput(file, MaxLen);
-    HFile target;
-    if (!target.CreateSeqWrite(NameFromBytes(name).c_str(), true)) {
-        ReportFailure(name, target.res);
-        return false;
+    if (name == kStandardStream) {
+        file.SetPos(0);
+        return WriteToStandardOutput(file, MaxLen);
     }
-    Incomplete const incomplete(name);
-    WritePieces(file, target, MaxLen);
-    if (file.res == ResDone) target.Flush();  // a full disk may come to light no sooner
-    FileRes const res = file.res != ResDone ? file.res : target.res;
-    if (res != ResDone) ReportFailure(name, res, kPartlyWritten);
-    return res == ResDone;
-}
-
-bool WriteSafely(VFile& file, std::string const& name) {
     file.SaveSafe(NameFromBytes(name).c_str());
     if (file.res != ResDone) ReportFailure(name, file.res);
     return file.res == ResDone;
 }
 
 bool WriteToStandardOutput(VFile& file, std::int32_t count) {
-    void* output = HandleOf(STDOUT_FILENO);
-    WritePieces(file, output, count);
+    void* const output = HandleOf(STDOUT_FILENO);
+    std::int32_t const length = std::min(count, file.Length() - file.GetPos());
+    Progress progress("writing", length);
+    std::int32_t done = 0;
+    while (done < length && file.res == ResDone) {
+        std::int32_t const piece = std::min(kPiece, length - done);
+        file.WriteToFile(output, piece);
+        done += piece;
+        progress.Show(done);
+    }
     if (file.res != ResDone) ReportFailure("standard output", file.res);
     return file.res == ResDone;
+}
+
+bool WriteToStandardOutput(std::string const& answer) {
+    HFile output(HandleOf(dup(STDOUT_FILENO)));  // which it closes
+    output.WriteBytes(answer.data(), static_cast<std::int32_t>(answer.size()));
+    if (output.res != ResDone) ReportFailure("standard output", output.res);
+    return output.res == ResDone;
 }
 
 }  // namespace vfile::tool

@@ -13,14 +13,14 @@ inline constexpr char kStandardStream[] = "-";
 // Inserts all that `name` holds at the cursor of `file`, which then stands behind it.
 bool ReadAll(VFile& file, std::string const& name);
 
-// Makes all of `file` the content of `name`, which is made or emptied first. A file that could not be written
-// whole is reported as partly written.
+// Makes all of `file` the content of `name`, which is made where it is missing, so that a file of that name holds the
+// old bytes or all of the new ones, whatever happens and whoever else writes it. A device or a pipe is written plainly.
 bool WriteAll(VFile& file, std::string const& name);
-
-// The same for a file of that name alone, so that it always means the old bytes or the new.
-bool WriteSafely(VFile& file, std::string const& name);
 
 // Writes `count` bytes from the cursor on, as far as there are so many, to standard output.
 bool WriteToStandardOutput(VFile& file, std::int32_t count);
+
+// The same for words about a file, which leave the memory of virtual files to that.
+bool WriteToStandardOutput(std::string const& answer);
 
 }  // namespace vfile::tool

@@ -78,21 +78,6 @@ std::optional<TextForm> ReadText(TCharVFile& text, std::string const& name, std:
 
 bool WriteText(TCharVFile& text, std::string const& name, TextForm form) {
     if (!HasName(name)) return false;
-    TString const units = NameFromBytes(name);
-    bool const wasThere = HFile::Exists(units.c_str());
-    {
-        Incomplete const incomplete(name);
-        text.SaveText(units, true, form.encoding, form.mark);
-    }
-    FileRes const res = text.res;
-    if (res == ResDone) return true;
-    FileRes ignored;
-    bool const removed = !wasThere && HFile::Exists(units.c_str()) && HFile::Remove(units.c_str(), ignored);
-    ReportFailure(name, res, removed ? " (removed again)" : "");
-    return false;
-}
-
-bool WriteTextSafely(TCharVFile& text, std::string const& name, TextForm form) {
     text.SaveTextSafe(NameFromBytes(name), form.encoding, form.mark);
     if (text.res != ResDone) ReportFailure(name, text.res);
     return text.res == ResDone;

@@ -23,10 +23,7 @@ struct TextForm {
 // Loads `name`, whose encoding is `known`, or else what its mark says: without one, the locale's.
 std::optional<TextForm> ReadText(TCharVFile& text, std::string const& name, std::optional<Encoding> known);
 
-// Makes the text the content of `name`. A file that was not there and cannot be written whole is removed again.
+// Makes the text the content of `name`, in the way of WriteAll.
 bool WriteText(TCharVFile& text, std::string const& name, TextForm form);
-
-// The same, so that the name always means the old text or the new.
-bool WriteTextSafely(TCharVFile& text, std::string const& name, TextForm form);
 
 }  // namespace vfile::tool
