@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "platform/platform.h"
+#include "support/access_list.h"
 #include "support/faults.h"
 #include "support/halts.h"
 #include "support/temp_dir.h"
@@ -18,14 +19,40 @@ namespace {
 
 mode_t Mode(std::string const& path) { return Info(path).st_mode & 07777; }
 
+constexpr std::streamoff kFirst = 128 << 10, kSecond = 384 << 10;
+constexpr std::size_t kSize = 512 << 10;
+
+// Bytes with holes before, between and behind them.
+std::string Holey() {
+    std::string all(kSize, '\0');
+    all.replace(kFirst, 70000, std::string(70000, 'f'));
+    return all.replace(kSecond, 5, "bytes");
+}
+
+void WriteHoley(std::string const& path) {
+    std::ofstream out(path, std::ios::binary);
+    out.seekp(kFirst) << std::string(70000, 'f');
+    out.seekp(kSecond) << "bytes";
+    out.close();
+    std::filesystem::resize_file(path, kSize);
+}
+
+void ExpectSameBytes(std::string const& one, std::string const& other) {
+    EXPECT_TRUE(ReadWhole(one) == ReadWhole(other));
+    EXPECT_LE(Info(one).st_blocks, Info(other).st_blocks + 64) << "holes were filled";
+}
+
 // What the tests below work on: files of which each has a reason to be refused or not.
 struct Zoo : TempDir {
     Zoo() {
         chmod(Bytes("").c_str(), 0777);  // for an ordinary user too
-        WriteWhole(Bytes("file"), std::string(70000, 'f'));
+        WriteHoley(Bytes("file"));
         WriteWhole(Bytes("other"), "other");
-        chmod(Bytes("file").c_str(), 0640);
+        chmod(Bytes("file").c_str(), 06640);
+        setxattr(Bytes("file").c_str(), "user.note", "note", 4, 0);
         chmod(Bytes("other").c_str(), 0604);
+        GiveList(Bytes("file"), 4);
+        GiveList(Bytes(""), 7, true);
         symlink("file", Bytes("link").c_str());
         symlink("nowhere", Bytes("dangling").c_str());
         link(Bytes("file").c_str(), Bytes("hard").c_str());
@@ -49,6 +76,7 @@ constexpr struct {
     FileRes code;
 } kCopies[] = {
     {"file",   "new",       false, ResDone         },
+    {"other",  "new",       false, ResDone         },
     {"link",   "new",       true,  ResDone         },
     {"file",   "other",     true,  ResDone         },
     {"file",   "other",     false, ResAlreadyExists},
@@ -82,8 +110,10 @@ TEST(HostOps, CopyIsWholeOrNothing) {
             EXPECT_EQ(zoo.Listing(), before);
             continue;
         }
-        EXPECT_EQ(ReadWhole(to), ReadWhole(zoo.Bytes("file")));
-        EXPECT_EQ(Mode(to), existed ? 0604U : 0640U);
+        std::string const from = zoo.Bytes(row.from);
+        ExpectSameBytes(to, std::filesystem::canonical(from));
+        EXPECT_EQ(Mode(to), existed || row.from[0] == 'o' ? 0604U : 0640U);
+        EXPECT_EQ(Attribute(to), existed ? "" : Attribute(std::filesystem::canonical(from)));
     }
     Zoo zoo;
     HFile reader, writer;
@@ -137,6 +167,7 @@ TEST(HostOps, RenameNeverReplaces) {
             utimensat(AT_FDCWD, zoo.Bytes(row.from).c_str(), old, AT_SYMLINK_NOFOLLOW);
             std::string const before = zoo.Listing();
             struct stat const was = Info(zoo.Bytes(row.from));
+            std::string const list = Attribute(zoo.Bytes(row.from));
             Faults faults({Fault::kFailOnward, error ? 1 : INT_MAX, error, 0, Call::kRename});
             FileRes code = 77;
             HFile::Rename(zoo.Name(row.from).c_str(), zoo.Name(row.to).c_str(), code);
@@ -150,7 +181,10 @@ TEST(HostOps, RenameNeverReplaces) {
             EXPECT_EQ(is.st_mode, was.st_mode);
             if (S_ISREG(is.st_mode)) {
                 EXPECT_TRUE(is.st_mtim.tv_sec == 2000 && is.st_uid == was.st_uid);
-                EXPECT_EQ(ReadWhole(zoo.Bytes(row.to)), std::string(70000, 'f'));
+                EXPECT_TRUE(ReadWhole(zoo.Bytes(row.to)) == Holey());
+                EXPECT_LE(is.st_blocks, was.st_blocks + 64) << "holes were filled";
+                EXPECT_TRUE(Attribute(zoo.Bytes(row.to)) == list &&
+                            Attribute(zoo.Bytes(row.to), "user.note") == "note");
             }
             EXPECT_EQ(Info(zoo.Bytes(row.from)).st_mode, 0U) << "the old name is still there";
         }
@@ -170,6 +204,41 @@ public:
 private:
     bool wasRoot_;
 };
+
+// What happens before any call of a copy or a move: another file takes the source's name, or somebody looks at the new one.
+TEST(HostOps, NothingIsWiderAndNothingNewerLostMeanwhile) {
+    int lost = 0;
+    for (bool const moves : {false, true}) {
+        Call hit = Call::kOpen;
+        for (int nth = 1; hit != Call::kNone; ++nth) {
+            TempDir dir;
+            std::string const source = dir.Bytes("source"), newer = dir.Bytes("newer");
+            std::string const to = moves ? "/dev/shm/" + dir.Path().filename().string() : dir.Bytes("to");
+            WriteWhole(source, "older");
+            WriteWhole(newer, "newer");
+            chmod(source.c_str(), 0600);
+            GiveList(source, 6);
+            std::string const list = Attribute(source);
+            TString const fromName = NameFromBytes(source), toName = NameFromBytes(to);
+            auto const meanwhile = [&] {
+                EXPECT_TRUE((Mode(to) & 077) == 0 || (!list.empty() && Attribute(to) == list))
+                    << "call " << nth;
+                rename(newer.c_str(), source.c_str());
+            };
+            {
+                Faults faults({.kind = Fault::kMeanwhile, .nth = nth, .meanwhile = meanwhile});
+                if (moves)
+                    HFile::Rename(fromName.c_str(), toName.c_str());
+                else
+                    HFile::Copy(fromName.c_str(), toName.c_str(), false);
+                hit = faults.Hit();
+            }
+            if (hit != Call::kNone) lost += ReadWhole(source) != "newer" && ReadWhole(to) != "newer";
+            std::remove(to.c_str());
+        }
+    }
+    EXPECT_LE(lost, 1) << "but between the last look and the removal";
+}
 
 TEST(HostOps, AttributesExistenceAndRemoval) {
     Zoo zoo;
@@ -219,13 +288,23 @@ TEST(HostOps, AttributesExistenceAndRemoval) {
     }
     EXPECT_EQ(ReadWhole(zoo.Bytes("other")), "other");
     chmod(zoo.Bytes("").c_str(), 0555);
-    chmod(zoo.Bytes("file").c_str(), 0644);
+    chmod(zoo.Bytes("other").c_str(), 0644);
     AsUser const user;
     FileRes code = 77;
     EXPECT_TRUE(!HFile::Remove(name("other").c_str(), code) && code == ResNoPermission);
-    EXPECT_TRUE(!HFile::Copy(name("file").c_str(), name("new").c_str(), code, true) &&
+    EXPECT_TRUE(!HFile::Copy(name("other").c_str(), name("new").c_str(), code, true) &&
                 code == ResNoPermission);
-    EXPECT_TRUE(!HFile::Rename(name("file").c_str(), name("new").c_str(), code) && code == ResNoPermission);
+    EXPECT_TRUE(!HFile::Rename(name("other").c_str(), name("new").c_str(), code) && code == ResNoPermission);
+    if (getuid() != 0) return;
+    // The owner is not kept then, and nothing may run with the rights of another.
+    seteuid(0);
+    chmod(zoo.Bytes("").c_str(), 0777);
+    chmod(zoo.Bytes("other").c_str(), 06755);
+    seteuid(65534);
+    std::string const to = "/dev/shm/" + zoo.Path().filename().string();
+    EXPECT_TRUE(HFile::Rename(name("other").c_str(), NameFromBytes(to).c_str(), code));
+    EXPECT_EQ(Mode(to), 0755U);
+    std::remove(to.c_str());
 }
 
 TEST(HostOps, TemporaryFilesAreNewAndPrivate) {

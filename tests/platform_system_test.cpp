@@ -1,5 +1,6 @@
 // Threads, forks, names, errors and the environment.
 #include <gtest/gtest.h>
+#include <sys/auxv.h>
 #include <sys/stat.h>
 #include <vfile/names.h>
 
@@ -136,6 +137,24 @@ TEST(Environment, OnlyADirectoryOfTheEffectiveUserIsUsable) {
     };
     EXPECT_EQ(InChild(refused), 0);
     chmod(dir.Bytes(".").c_str(), 0700);
+}
+
+// A copy of this program that runs with the rights of another user, as which it asks what its caller has set.
+TEST(Environment, ASetIdProgramTakesNothingFromItsCaller) {
+    TChar value[100];
+    EXPECT_EQ(ReadEnvironment("TMP", value, 100), std::getenv("TMP") && getauxval(AT_SECURE) == 0);
+    if (geteuid() != 0 || getauxval(AT_SECURE) != 0 || std::getenv("VFILE_IS_COPY")) return;
+    test::TempDir dir;
+    std::string const program = dir.Bytes("program"), only = "--gtest_filter=*ASetId*";
+    std::filesystem::copy_file("/proc/self/exe", program);
+    ASSERT_TRUE(chown(program.c_str(), 65534, 65534) == 0 && chmod(program.c_str(), 04755) == 0);
+    chmod(dir.Path().c_str(), 0755);
+    EXPECT_EQ(InChild([&] {
+                  for (char const* variable : {"TMP", "VFILE_IS_COPY"}) setenv(variable, "/", 1);
+                  execl(program.c_str(), program.c_str(), only.c_str(), nullptr);
+                  return false;
+              }),
+              0);
 }
 
 }  // namespace vfile::platform

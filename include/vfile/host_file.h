@@ -279,15 +279,19 @@ public:
     /// Takes the right to write from everybody, or gives it to the owner. True when that was so already.
     static bool SetReadOnly(TChar const* name, bool on);
 
-    /// Copies a file, which other readers may hold meanwhile. A new target gets the source's permission bits, an
-    /// existing one, for which `overwrite` is asked, is emptied and keeps its own. ResAlreadyExists: it exists.
-    /// ResNoPermission: also a directory, or a file onto itself, by whatever name. No incomplete new file is left.
+    /// Copies a file, which other readers may hold meanwhile. A new target belongs to who copies and is open to nobody else
+    /// until it is whole; then it gets the source's permission bits and access list (where there can be none, bits that
+    /// give nobody more), and no set-id bits. An existing one, for which `overwrite` is asked, is emptied and keeps its own.
+    /// Holes stay holes. ResAlreadyExists: it exists. ResNoPermission: also a directory, or a file onto itself, by whatever
+    /// name. A copy that fails leaves no new file.
     static bool Copy(TChar const* from, TChar const* to, FileRes& code, bool overwrite);
     static bool Copy(TChar const* from, TChar const* to, bool overwrite);
 
-    /// Gives a file or directory another name, which must be free (ResAlreadyExists): nothing is ever replaced. From
-    /// one file system to another a file is copied, and the old one removed when the new one is whole. Nothing
-    /// happens when both names are the same text.
+    /// Gives a file or directory another name, which must be free (ResAlreadyExists): nothing is ever replaced. Nothing
+    /// happens when both names are the same text. From one file system to another a file is copied, with its holes and
+    /// times, and its owner, set-id bits, access list and attributes as far as they can be had there; what cannot gives
+    /// nobody more rights. The new name comes when that is whole and flushed, and then the old one goes. A file that was
+    /// changed or replaced meanwhile stays, and there is no new one: ResNoPermission.
     static bool Rename(TChar const* from, TChar const* to, FileRes& code);
     static bool Rename(TChar const* from, TChar const* to);
 
@@ -296,7 +300,8 @@ public:
     static bool Remove(TChar const* name);
 
     /// The directory for temporary files, with a separator at its end: of TMP, TEMP and TMPDIR the first that names a
-    /// directory one may search, read and write, else /var/tmp/ untested. Cut to `size`.
+    /// directory one may search, read and write, else /var/tmp/ untested. A program with set-id rights asks none of them,
+    /// which its caller may have set. Cut to `size`.
     static void GetTempDir(TChar* dst, std::uint32_t size);
 
     /// Makes a new file and opens it in `file`, which must be closed (a stop), for writing from front to back, or for

@@ -95,7 +95,7 @@ bool BytesAhead(Handle file, std::int64_t& count);
 bool TruncateHere(Handle file);
 bool FlushFile(Handle file);
 
-// Named files: named_files.cpp, directory.cpp
+// Named files: named_files.cpp, copy.cpp, move.cpp, rename.cpp, directory.cpp
 
 struct Attributes {
     bool directory;
@@ -107,19 +107,23 @@ bool GetAttributes(TChar const* name, Attributes& attributes);
 // Takes every write bit, or sets the owner's.
 bool SetReadOnly(TChar const* name, bool on);
 
-// Copies a file whose source others may read meanwhile. A new target is held alone, has the source's permission
-// bits, and is gone when this fails; an existing one, which `overwrite` admits, keeps its own. The two names meaning
-// the same file is kSharingViolation, kFileExists without `overwrite`.
+// Copies a file whose source others may read meanwhile. A new target is held alone and is its owner's alone until it is
+// whole; then it gets the source's permission bits and access list, or the bits that give nobody more than the list did.
+// It is gone when this fails; an existing one, which `overwrite` admits, keeps its own. The two names meaning the same
+// file is kSharingViolation, kFileExists without `overwrite`.
 bool CopyNamed(TChar const* from, TChar const* to, bool overwrite);
 
-// Never replaces (kFileExists). Crosses file systems for files and links, times kept, the old one removed once the
-// new one is on its disk; kNotSupported for anything else.
+// Never replaces (kFileExists). Crosses file systems for files and links, kNotSupported for anything else: the new name
+// comes when the new file is whole, and the old name goes when the new one is on its disk and if it still means what was
+// copied (kSharingViolation). Times come along, and owner, set-id bits, access list and further attributes as far as
+// file system and rights admit; where they do not, nobody gets more rights.
 bool RenameNamed(TChar const* from, TChar const* to);
 
 // A link and not what it leads to. A directory is kAccessDenied.
 bool RemoveNamed(TChar const* name);
 
-// Copies from the position of one file to that of the other, up to the end of the first.
+// Copies from the position of one file to that of the other, up to the end of the first. Where the second ends at its
+// position, holes stay holes.
 bool CopyRest(Handle from, Handle to);
 
 // Safe replacement: safe_files.cpp
@@ -213,7 +217,7 @@ std::span<char const* const> TempDirVariables();
 TChar const* LastResortTempDir();
 
 // Copies the value of `variable` to `buf` of `size` units. False, and `buf` untouched, when it is absent,
-// empty, no legal name, or does not fit with its terminator.
+// empty, no legal name, or does not fit with its terminator, and in a program with other rights than its caller's.
 bool ReadEnvironment(char const* variable, TChar* buf, std::uint32_t size);
 
 // The current directory, from the root and without a separator at its end, in `buf` of `size` units. False: there is

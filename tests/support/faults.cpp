@@ -36,6 +36,10 @@ bool Strikes(Call call) {
 // Whether this call fails, with errno set.
 bool Fails(Call call) {
     if (!armed || plan.kind == Fault::kCut || plan.kind == Fault::kCutAll) return false;
+    if (plan.kind == Fault::kMeanwhile) {
+        if (Strikes(call)) plan.meanwhile();
+        return false;
+    }
     bool const onward = plan.kind != Fault::kFail && hit == call;
     if (!onward && (plan.kind == Fault::kCutThenFail || !Strikes(call))) return false;
     errno = plan.error;
@@ -44,7 +48,9 @@ bool Fails(Call call) {
 
 // How many of `len` bytes this transfer moves.
 std::size_t Allowed(Call call, std::size_t len) {
-    if (!armed || len < 2 || plan.kind == Fault::kFail || plan.kind == Fault::kFailOnward) return len;
+    if (!armed || len < 2 || plan.kind == Fault::kFail || plan.kind == Fault::kFailOnward ||
+        plan.kind == Fault::kMeanwhile)
+        return len;
     std::size_t const cut = std::min(len, plan.cut ? plan.cut : plan.kind == Fault::kCutAll ? len : len - 1);
     return (plan.kind == Fault::kCutAll ? Counts(call) : Strikes(call)) ? cut : len;
 }
@@ -112,11 +118,14 @@ VFILE_WRAP(int, kName, stat, (char const* path, struct stat* result), (path, res
 VFILE_WRAP(int, kName, lstat, (char const* path, struct stat* result), (path, result))
 VFILE_WRAP(int, kName, access, (char const* path, int mode), (path, mode))
 VFILE_WRAP(int, kName, unlink, (char const* path), (path))
+VFILE_WRAP(int, kName, symlink, (char const* target, char const* path), (target, path))
+VFILE_WRAP(int, kName, mkdir, (char const* path, mode_t mode), (path, mode))
 VFILE_WRAP(ssize_t, kName, readlink, (char const* path, char* dst, size_t len), (path, dst, len))
 VFILE_WRAP(int, kAttribute, fchown, (int fd, uid_t user, gid_t group), (fd, user, group))
 VFILE_WRAP(int, kAttribute, fchmod, (int fd, mode_t mode), (fd, mode))
-VFILE_WRAP(ssize_t, kAttribute, flistxattr, (int fd, char* dst, size_t len), (fd, dst, len))
-VFILE_WRAP(ssize_t, kAttribute, fgetxattr, (int fd, char const* name, void* dst, size_t len), (fd, name, dst, len))
+VFILE_WRAP(int, kAttribute, futimens, (int fd, struct timespec const* times), (fd, times))
+VFILE_WRAP(ssize_t, kAskAttribute, flistxattr, (int fd, char* dst, size_t len), (fd, dst, len))
+VFILE_WRAP(ssize_t, kAskAttribute, fgetxattr, (int fd, char const* name, void* dst, size_t len), (fd, name, dst, len))
 VFILE_WRAP(int, kAttribute, fsetxattr, (int fd, char const* name, void const* src, size_t len, int flags), (fd, name, src, len, flags))
 VFILE_WRAP(int, kAttribute, fremovexattr, (int fd, char const* name), (fd, name))
 VFILE_WRAP(ssize_t, kCopyRange, copy_file_range, (int from, off_t* a, int to, off_t* b, size_t len, unsigned flags), (from, a, to, b, len, flags))

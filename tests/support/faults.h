@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <limits>
 
 namespace vfile::test {
@@ -22,10 +23,11 @@ enum class Call {
     kWriteAt,
     kCopyRange,
     kFlush,
-    kName,       // stat, lstat, access, readlink, unlink, symlink
-    kRename,     // renameat2
-    kLink,       // rename, linkat
-    kAttribute,  // owner, mode, access list and others
+    kName,          // stat, lstat, access, readlink, unlink, symlink, mkdir
+    kRename,        // renameat2
+    kLink,          // rename, linkat
+    kAskAttribute,  // access list and others are asked for
+    kAttribute,     // those, owner, mode and times are set
     kDirectory,
     kAllocate,  // malloc and the forms of new that give null
     kNew        // the new that throws
@@ -38,12 +40,14 @@ struct Fault {
         kCut,          // the nth transfer moves only `cut` bytes, 0: all but one
         kCutThenFail,  // the nth transfer moves only `cut` bytes, all behind it fail with `error`
         kCutAll,       // every transfer moves at most `cut` bytes, 0: unlimited
+        kMeanwhile,    // nothing fails; before the nth call `meanwhile` is run
     };
     Kind kind = kFail;
     int nth = 1;
     int error = 0;
     std::size_t cut = 0;
     Call only = Call::kNone;  // hit the calls of this name alone; memory is counted only when named
+    std::function<void()> meanwhile = {};
 };
 
 // In force while it lives; one at a time.

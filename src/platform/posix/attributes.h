@@ -1,4 +1,4 @@
-// What a file has beside owner and mode: its access list, labels, attributes of the user's.
+// What a file has beside its bytes: owner, permission bits, access list, labels, attributes of the user's.
 #pragma once
 
 namespace vfile::platform {
@@ -6,5 +6,14 @@ namespace vfile::platform {
 // Gives one open file the access list and the further attributes of another; a list that the other lacks is taken
 // away. False: it cannot have them all, and errno tells why.
 bool CopyAttributeList(int from, int to);
+
+// Gives a file that only its owner may open the permission bits and the access list of another, at once. Where the
+// list cannot be had, the bits are those that give nobody more than it did. False, with errno: not to be done.
+bool CopyRights(int from, int to);
+
+// Gives such a file all that another has beside its bytes, its times too, as far as the file system and the rights of
+// the caller admit. What then is missing gives nobody more: without the owner there are no set-id bits, without the
+// group there is for group and others only what both had. False, with errno: not to be done.
+bool CopyEverything(int from, int to);
 
 }  // namespace vfile::platform

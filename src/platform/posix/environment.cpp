@@ -32,7 +32,7 @@ bool StoreUnits(std::string_view bytes, TChar* buf, std::uint32_t size) {
 }  // namespace
 
 bool ReadEnvironment(char const* variable, TChar* buf, std::uint32_t size) {
-    char const* const value = std::getenv(variable);
+    char const* const value = secure_getenv(variable);
     if (!value || !*value) return false;
     return StoreUnits(value, buf, size);
 }
