@@ -320,7 +320,7 @@ TEST_F(HooksTest, NoCallWorksOnAnotherThread) {
 }
 
 TEST_F(HooksTest, MayDoWhatTheyMayInEveryCall) {
-    VMem& memory = VFileInspector::Memory(sources_.other);
+    internal::PagedMemory& memory = VFileInspector::Memory(sources_.other);
     std::int32_t settled = 0;
     for (int round = 0; round < 2; ++round) {
         for (Call const& call : kCalls) TryAll(call);

@@ -117,7 +117,7 @@ TEST_F(VFileFaults, NoMemoryForTheFirstFileOfAThread) {
 
 // A change needs pages, or those of waiting records; one within a block needs none.
 TEST_F(VFileFaults, AddressRangeIsFull) {
-    VMem& memory = VFileInspector::Memory(old_);
+    internal::PagedMemory& memory = VFileInspector::Memory(old_);
     std::int32_t addr = 0;
     for (std::int32_t top = NextPage(memory); MaxLen - top > 40'000; top = addr + 32'767)
         memory.Alloc(addr, 32'767);

@@ -8,8 +8,8 @@
 ///             Hidden ones are among them, directories, "." and "..". Nothing is sorted, nothing descends.
 ///   Bounds    a full name is cut to the capacity given, and to 260 units at most.
 ///   Failures  are not told apart from the end: a directory that is missing or may not be read has no names.
-///   Memory    constant, whatever the size of the directory, and had by Start: when there is none there is nothing to find.
-///             An open search holds one handle of the system's.
+///   Memory    constant, whatever the size of the directory. Start takes it; where there is none, there is nothing to
+///             find. An open search holds one handle of the system's.
 ///   Threads   any, one at a time.
 #pragma once
 

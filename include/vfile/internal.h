@@ -1,6 +1,6 @@
-/// Not for hosts: what the classes of the library keep for themselves, and what their inline operations call. Each class
-/// keeps it behind one private member, `vfileState`, so that the library can change what it needs, and a class derived
-/// from it has all other names for its own. Nothing of namespace vfile::internal is promised to stay.
+/// Not for hosts: what the classes of the library keep for themselves, and what their inline operations call. Each
+/// class keeps it behind one private member, `vfileState`, so that the library can change what it needs, and a class
+/// derived from it has all other names for its own. Nothing of namespace vfile::internal is promised to stay.
 #pragma once
 
 #include <vfile/export.h>

@@ -29,6 +29,7 @@
 #include <vfile/edit_family.h>
 #include <vfile/export.h>
 #include <vfile/handle.h>
+#include <vfile/internal.h>
 #include <vfile/result.h>
 #include <vfile/types.h>
 
@@ -46,7 +47,6 @@ class HFile;
 class Inflow;
 class TCharVFile;
 class VFile;
-class VMem;
 struct BlkDesc;
 template <class Unit, class Direction, class Fold>
 class Pattern;
@@ -635,7 +635,7 @@ private:
 
     std::int32_t pos = 0;
     std::int32_t length = 0;
-    VMem* mem = nullptr;
+    internal::PagedMemory* mem = nullptr;
     BlkPool* pool = nullptr;
     BlkDesc* first = nullptr;
     BlkDesc* last = nullptr;

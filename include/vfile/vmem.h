@@ -19,6 +19,7 @@
 #pragma once
 
 #include <vfile/export.h>
+#include <vfile/internal.h>
 #include <vfile/types.h>
 
 #include <memory>
@@ -32,11 +33,6 @@ template <class T>
 concept VMemValue = ByteChar<T> || WholeNumber<T, 2> || std::same_as<T, TChar> || WholeNumber<T, 4> ||
     WholeNumber<T, 8> || std::same_as<T, float> || std::same_as<T, double> || std::same_as<T, void*> ||
     (std::same_as<T, long double> && sizeof(long double) == 8);
-
-class Cache;
-class VFile;
-class SwapFile;
-struct CacheDesc;
 
 class VFILE_EXPORT VMem {
 public:
@@ -131,68 +127,8 @@ public:
     void WriteStatus() const {}
 
 private:
-    friend class VFile;
-    friend struct VMemInspector;  // looks at everything and changes nothing; for the checks and the tests
-
-    // The free chunks lie in lists that run through the virtual memory itself, last in, first out. Offset 0
-    // of a free chunk holds the address of the next as 4 bytes, -1 at the end; in list 0 its length follows
-    // as 2.
-    //   list 0          chunks of any length of 6 bytes or more
-    //   lists 1 to 3    chunks of exactly 4, 5 and 1024 bytes, the latter not on a page boundary; permanent
-    //   lists 4 to 16   one exact length each, while they hold a chunk
-    //   free pages      chunks of exactly 1024 bytes on a page boundary
-    //
-    // Always true between two operations:
-    //   A1  3 <= numLists <= 16; freeLen is 0, 4, 5, 1024, then lengths above 5, all different; lists above
-    //       numLists are -1, 0, 0.
-    //   A2  A list above 3 is not empty. Each list ends in -1 after as many chunks as its count says.
-    //   A3  Free chunks lie wholly below maxAddress, which is not negative, and share no byte.
-    static constexpr int kTopList = 16;
-
-    VFILE_LOCAL unsigned char const* PageAt(std::int32_t addr);
-    VFILE_LOCAL bool IsCached(std::int32_t addr) const;
-    CacheDesc& FindPage(std::int32_t addr);
-    CacheDesc& FindPageToOverwrite(std::int32_t addr);
-    CacheDesc& FindOutsideTable(std::int32_t addr, bool load);
-    CacheDesc* TakeDescriptor();
-    void LoadPage(CacheDesc& page, std::int32_t addr);
-    void FlushCachePtr(CacheDesc& page);
-    bool FlushRun(CacheDesc& page);
-    void ExtendFile(std::int32_t size);
-    void NewCachePtr(CacheDesc*& page);
-    void DisposeCachePtr(CacheDesc*& page);
-    void ShrinkCache(std::int32_t pages);
-
-    bool AdmitRange(TChar const* proc, std::int32_t addr, void const* buf, std::int16_t len) const;
-    bool FromParent() const;
-    bool StopsInChild(TChar const* proc) const;
-    void CheckOwner(std::int32_t line) const;
-    void CheckSound() const;
-
-    bool HasRoom(std::int64_t bytes) const;
-    void ForgetChunks();
-    void TakeFreePage(std::int32_t& addr);
-    int FindList(std::int16_t len) const;
-    void TakeFromList(int list, std::int32_t& addr);
-    bool TakeFromGeneralList(std::int32_t& addr, std::int16_t len);
-    void AddToList(int list, std::int32_t addr, std::int16_t len);
-    void Dealloc0(std::int32_t& addr, std::int16_t len, bool exact);
-
-    std::unique_ptr<Cache> cache;
-    std::unique_ptr<SwapFile> swap;
-    TChar* tempDir = nullptr;  // from malloc
-    std::uint32_t ownerThread = 0;
-    std::uint32_t forkCount = 0;  // of the process that built it
-    std::int16_t maxCachePages = 0;
-    std::int16_t maxCacheKB = 0;
-
-    std::int32_t maxAddress = 0;  // the first address that is not allocated
-    std::int16_t numLists = 0;    // the highest list in use
-    std::int32_t freeHead[kTopList + 1] = {};
-    std::int16_t freeLen[kTopList + 1] = {};
-    std::int32_t freeCount[kTopList + 1] = {};
-    std::int32_t freePage = -1;
-    std::int32_t freePageCount = 0;
+    friend struct internal::Access;
+    std::unique_ptr<internal::PagedMemory> vfileState;
 };
 
 }  // namespace vfile

@@ -3,6 +3,8 @@
 
 #include <vfile/types.h>
 
+#include "vmem/paged_memory.h"
+
 namespace vfile {
 
 inline constexpr TChar kModule[] = u"VFile";  // the label of this module's stops
@@ -17,6 +19,7 @@ struct BlkDesc {
     std::int32_t addr;  // of its page, kNoAddr when it has none
     std::int16_t len;   // bytes in use, 0 to BlkSize
 };
+static_assert(BlkSize == kPageSize);
 static_assert(sizeof(BlkDesc) <= 24, "a record and its share of an index are to stay within 40 bytes");
 
 }  // namespace vfile

@@ -41,7 +41,7 @@ struct VFileInspector {
     static bool BufDirty(VFile const& file) { return file.bufDirty; }
     static unsigned char const* Buffer(VFile const& file) { return file.buf; }
     static BlkIndex const* Index(VFile const& file) { return file.index; }
-    static VMem& Memory(VFile const& file) { return *file.mem; }
+    static internal::PagedMemory& Memory(VFile const& file) { return *file.mem; }
     static BlkPool& Pool(VFile const& file) { return *file.pool; }
     static void SetPosC(VFile const& file, BlkRdr& rd, std::int32_t position) { file.SetPosC(rd, position); }
     static void ReadByteC(VFile const& file, BlkRdr& rd, unsigned char& b) { file.ReadByteC(rd, b); }

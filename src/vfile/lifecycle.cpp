@@ -10,6 +10,7 @@
 #include <new>
 #include <utility>
 
+#include "frame/access.h"
 #include "platform/platform.h"
 #include "vfile/blk_index.h"
 #include "vfile/blk_pool.h"
@@ -90,9 +91,10 @@ VFile::VFile() { Init(); }
 
 void VFile::Init() {
     Membership membership;
-    mem = TLS_GetVMem();
+    VMem const* const memory = TLS_GetVMem();
     pool = TLS_GetBlkPool();
-    Require(mem && pool, __LINE__);
+    Require(memory && pool, __LINE__);
+    mem = internal::Access::StateOf(*memory).get();
     first = NewBlkPtr(nullptr, nullptr, 0);
     if (!first) {
         Halt(kModule, u"Init", u"first==NIL, heap overflow");

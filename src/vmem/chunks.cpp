@@ -1,16 +1,17 @@
-// The heap in a VMem: whole pages and chunks of any length. Each operation reads and writes the links first and
+// The heap in the memory: whole pages and chunks of any length. Each operation reads and writes the links first and
 // changes the fields last, so that a swap file that fails half way leaves the lists as they were; only a chunk that
 // was being cut may then be on none.
 #include <vfile/halt.h>
-#include <vfile/vmem.h>
 
 #include <algorithm>
 #include <cassert>
 
-#include "vmem/cache.h"
-#include "vmem/invariants.h"
+#include "vmem/paged_memory.h"
 
 namespace vfile {
+
+using internal::PagedMemory;
+
 namespace {
 
 constexpr std::int32_t kNil = -1;
@@ -31,7 +32,7 @@ std::int32_t Sum(std::int32_t addr, std::int32_t offset) {
 
 }  // namespace
 
-void VMem::ForgetChunks() {
+void PagedMemory::ForgetChunks() {
     numLists = kPermanentLists;
     std::ranges::fill(freeHead, kNil);
     std::ranges::fill(freeLen, std::int16_t{0});
@@ -43,23 +44,23 @@ void VMem::ForgetChunks() {
     freePageCount = 0;
 }
 
-bool VMem::HasRoom(std::int64_t bytes) const { return bytes <= MaxLen - maxAddress; }
+bool PagedMemory::HasRoom(std::int64_t bytes) const { return bytes <= MaxLen - maxAddress; }
 
-bool VMem::CanAllocPage() const {
+bool PagedMemory::CanAllocPage() const {
     CheckOwner(__LINE__);
     return freePage != kNil || HasRoom(std::int64_t{GapBeforePage(maxAddress)} + kPageSize);
 }
 
-void VMem::TakeFreePage(std::int32_t& addr) {
+void PagedMemory::TakeFreePage(std::int32_t& addr) {
     std::int32_t const page = freePage;
     std::int32_t next = kNil;
-    Get(page, next);
+    GetValue(page, next);
     freePage = next;
     --freePageCount;
     addr = page;
 }
 
-void VMem::AllocPage(std::int32_t& addr) {
+void PagedMemory::AllocPage(std::int32_t& addr) {
     CheckOwner(__LINE__);
     if (freePage != kNil) return TakeFreePage(addr);
 
@@ -81,13 +82,13 @@ void VMem::AllocPage(std::int32_t& addr) {
     CheckSound();
 }
 
-void VMem::DeallocPage(std::int32_t& addr) {
+void PagedMemory::DeallocPage(std::int32_t& addr) {
     CheckOwner(__LINE__);
     if (addr % kPageSize != 0) return Halt(u"VMem", u"DeallocPage", u"address is not a page address");
     Dealloc(addr, kPageSize);
 }
 
-void VMem::Alloc(std::int32_t& addr, std::int16_t len) {
+void PagedMemory::Alloc(std::int32_t& addr, std::int16_t len) {
     CheckOwner(__LINE__);
     if (len <= 0) return Halt(u"VMem", u"Alloc", u"len must be >0");
     len = std::max(len, kMinChunk);
@@ -103,16 +104,16 @@ void VMem::Alloc(std::int32_t& addr, std::int16_t len) {
 }
 
 // The list of exactly this length, 0 when there is none.
-int VMem::FindList(std::int16_t len) const {
+int PagedMemory::FindList(std::int16_t len) const {
     int list = numLists;
     while (list > 0 && freeLen[list] != len) --list;
     return list;
 }
 
-void VMem::TakeFromList(int list, std::int32_t& addr) {
+void PagedMemory::TakeFromList(int list, std::int32_t& addr) {
     std::int32_t const chunk = freeHead[list];
     std::int32_t next = kNil;
-    Get(chunk, next);
+    GetValue(chunk, next);
     freeHead[list] = next;
     --freeCount[list];
     addr = chunk;
@@ -131,7 +132,7 @@ void VMem::TakeFromList(int list, std::int32_t& addr) {
 }
 
 // The first chunk of exactly `len`; else the start of the largest, if what remains of it can be kept.
-bool VMem::TakeFromGeneralList(std::int32_t& addr, std::int16_t len) {
+bool PagedMemory::TakeFromGeneralList(std::int32_t& addr, std::int16_t len) {
     struct Chunk {
         std::int32_t addr, before, next;
         std::int16_t len;
@@ -140,8 +141,8 @@ bool VMem::TakeFromGeneralList(std::int32_t& addr, std::int16_t len) {
     std::int32_t before = kNil;
     for (std::int32_t at = freeHead[0]; at != kNil;) {
         Chunk chunk{at, before, kNil, 0};
-        Get(at, chunk.next);
-        Get(at + kMinChunk, chunk.len);
+        GetValue(at, chunk.next);
+        GetValue(at + kMinChunk, chunk.len);
         if (chunk.len == len || chunk.len > largest.len) largest = chunk;
         if (chunk.len == len) break;
         before = at;
@@ -151,7 +152,7 @@ bool VMem::TakeFromGeneralList(std::int32_t& addr, std::int16_t len) {
     if (!exact && largest.len < len + kMinChunk) return false;
 
     if (largest.before != kNil) {
-        Set(largest.before, largest.next);
+        SetValue(largest.before, largest.next);
     } else {
         freeHead[0] = largest.next;
     }
@@ -165,14 +166,14 @@ bool VMem::TakeFromGeneralList(std::int32_t& addr, std::int16_t len) {
     return true;
 }
 
-void VMem::Dealloc(std::int32_t& addr, std::int16_t len) {
+void PagedMemory::Dealloc(std::int32_t& addr, std::int16_t len) {
     CheckOwner(__LINE__);
     Dealloc0(addr, len, true);
 }
 
 // `exact` chunks, those of the callers, found a list of their length while there is one to spare; what the allocator
 // itself cuts off goes to the general list, unless it is too short.
-void VMem::Dealloc0(std::int32_t& addr, std::int16_t len, bool exact) {
+void PagedMemory::Dealloc0(std::int32_t& addr, std::int16_t len, bool exact) {
     if (len <= 0) return Halt(u"VMem", u"Dealloc0", u"len must be >0");
     len = std::max(len, kMinChunk);
     if (addr < 0) return Halt(u"VMem", u"Dealloc0", u"illegal address (<0)");
@@ -181,7 +182,7 @@ void VMem::Dealloc0(std::int32_t& addr, std::int16_t len, bool exact) {
     if (len == maxAddress - addr) {
         maxAddress -= len;
     } else if (len == kPageSize && addr % kPageSize == 0) {
-        Set(addr, freePage);
+        SetValue(addr, freePage);
         freePage = addr;
         ++freePageCount;
     } else {
@@ -194,10 +195,10 @@ void VMem::Dealloc0(std::int32_t& addr, std::int16_t len, bool exact) {
 }
 
 // List `numLists` + 1 comes into being.
-void VMem::AddToList(int list, std::int32_t addr, std::int16_t len) {
+void PagedMemory::AddToList(int list, std::int32_t addr, std::int16_t len) {
     assert(list != 0 || len >= kMinGeneralChunk);  // shorter ones have permanent lists
-    Set(addr, freeHead[list]);
-    if (list == 0) Set(addr + kMinChunk, len);
+    SetValue(addr, freeHead[list]);
+    if (list == 0) SetValue(addr + kMinChunk, len);
     if (list > numLists) {
         numLists = static_cast<std::int16_t>(list);
         freeLen[list] = len;
@@ -206,7 +207,7 @@ void VMem::AddToList(int list, std::int32_t addr, std::int16_t len) {
     ++freeCount[list];
 }
 
-void VMem::CopyBytes(std::int32_t dst, std::int32_t src, std::int16_t len) {
+void PagedMemory::CopyBytes(std::int32_t dst, std::int32_t src, std::int16_t len) {
     CheckOwner(__LINE__);
     if (len < 0) return Halt(u"VMem", u"CopyBytes", u"len must be >=0");
     if (len == 0 || dst == src) return;

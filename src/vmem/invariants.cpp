@@ -10,6 +10,9 @@
 #endif
 
 namespace vfile {
+
+using internal::PagedMemory;
+
 namespace {
 
 // The bytes of the page in the file, zeros where the file does not reach.
@@ -66,11 +69,11 @@ char const* VMemInspector::BrokenTableRule(Cache const& cache) {
     return nullptr;
 }
 
-char const* VMemInspector::BrokenContentRule(VMem const& v) {
+char const* VMemInspector::BrokenContentRule(Pages const& pages) {
     std::byte bytes[kPageSize];
-    for (CacheDesc const* page = v.cache->newest; page; page = page->next) {
+    for (CacheDesc const* page = pages.cache.newest; page; page = page->next) {
         if (page->dirty) continue;
-        if (!ReadFromFile(v.swap->swapHandle, v.swap->swapSize, page->addr, bytes))
+        if (!ReadFromFile(pages.swap.swapHandle, pages.swap.swapSize, page->addr, bytes))
             return "S2: page not in the file";
         if (std::memcmp(bytes, page->data, kPageSize) != 0)
             return "C5: a clean page is not what the file has";
@@ -99,13 +102,13 @@ char const* VMemInspector::BrokenReadAheadRule(SwapFile const& swap) {
     return nullptr;
 }
 
-char const* VMemInspector::BrokenChunkFields(VMem const& v) {
+char const* VMemInspector::BrokenChunkFields(PagedMemory const& v) {
     if (v.maxAddress < 0) return "A3: the range has wrapped";
-    if (v.numLists < 3 || v.numLists > VMem::kTopList) return "A1: number of lists";
+    if (v.numLists < 3 || v.numLists > PagedMemory::kTopList) return "A1: number of lists";
     if (v.freeLen[0] != 0 || v.freeLen[1] != 4 || v.freeLen[2] != 5 || v.freeLen[3] != 1024) {
         return "A1: a permanent list has another length";
     }
-    for (int list = 4; list <= VMem::kTopList; ++list) {
+    for (int list = 4; list <= PagedMemory::kTopList; ++list) {
         if (list > v.numLists) {
             if (v.freeHead[list] != -1 || v.freeLen[list] != 0 || v.freeCount[list] != 0)
                 return "A1: an unused list";
@@ -119,7 +122,7 @@ char const* VMemInspector::BrokenChunkFields(VMem const& v) {
     return nullptr;
 }
 
-char const* VMemInspector::BrokenFreeListRule(VMem const& v, int list, std::vector<Stretch>& chunks) {
+char const* VMemInspector::BrokenFreeListRule(PagedMemory const& v, int list, std::vector<Stretch>& chunks) {
     std::int32_t at = Head(v, list);
     for (std::int32_t left = Count(v, list); left > 0; --left) {
         std::int32_t next = -1;
@@ -133,7 +136,7 @@ char const* VMemInspector::BrokenFreeListRule(VMem const& v, int list, std::vect
     return at == -1 ? nullptr : "A2: a list goes on behind its count";
 }
 
-char const* VMemInspector::BrokenChunkRule(VMem const& v) {
+char const* VMemInspector::BrokenChunkRule(PagedMemory const& v) {
     std::vector<Stretch> chunks;
     for (int list = -1; list <= v.numLists; ++list) {
         if (char const* const rule = BrokenFreeListRule(v, list, chunks)) return rule;
@@ -147,16 +150,16 @@ char const* VMemInspector::BrokenChunkRule(VMem const& v) {
     return end <= v.maxAddress ? nullptr : "A3: a free chunk outside the range";
 }
 
-bool VMemInspector::Peek(VMem const& v, std::int32_t addr, void* buf, std::int32_t len) {
+bool VMemInspector::Peek(PagedMemory const& v, std::int32_t addr, void* buf, std::int32_t len) {
     auto* dst = static_cast<std::byte*>(buf);
     std::byte fromFile[kPageSize];
     if (addr < 0 || len > v.maxAddress - addr) return false;
     while (len > 0) {
         std::int32_t const offset = addr % kPageSize;
         std::int32_t const n = std::min(len, kPageSize - offset);
-        CacheDesc const* const page = v.cache->Find(addr - offset);
-        if (!page && !ReadFromFile(v.swap->swapHandle, v.swap->swapSize, addr - offset, fromFile))
-            return false;
+        CacheDesc const* const page = v.pages.cache.Find(addr - offset);
+        SwapFile const& swap = v.pages.swap;
+        if (!page && !ReadFromFile(swap.swapHandle, swap.swapSize, addr - offset, fromFile)) return false;
         std::memcpy(dst, (page ? page->data : fromFile) + offset, static_cast<std::size_t>(n));
         dst += n;
         addr += n;
@@ -167,37 +170,44 @@ bool VMemInspector::Peek(VMem const& v, std::int32_t addr, void* buf, std::int32
 
 char const* BrokenRule(VMem const& memory) {
     using See = VMemInspector;
-    Cache const& cache = See::CacheOf(memory);
-    SwapFile const& swap = See::SwapOf(memory);
-    if (char const* const rule = See::BrokenListRule(cache)) return rule;
-    if (char const* const rule = See::BrokenTableRule(cache)) return rule;
-    if (char const* const rule = See::BrokenSwapRule(swap)) return rule;
-    if (char const* const rule = See::BrokenReadAheadRule(swap)) return rule;
-    if (char const* const rule = See::BrokenContentRule(memory)) return rule;
-    if (char const* const rule = See::BrokenChunkFields(memory)) return rule;
-    return See::BrokenChunkRule(memory);
+    Pages const& pages = See::PagesOf(memory);
+    if (char const* const rule = See::BrokenListRule(See::CacheOf(memory))) return rule;
+    if (char const* const rule = See::BrokenTableRule(See::CacheOf(memory))) return rule;
+    if (char const* const rule = See::BrokenSwapRule(See::SwapOf(memory))) return rule;
+    if (char const* const rule = See::BrokenReadAheadRule(See::SwapOf(memory))) return rule;
+    if (char const* const rule = See::BrokenContentRule(pages)) return rule;
+    if (char const* const rule = See::BrokenChunkFields(See::Inside(memory))) return rule;
+    return See::BrokenChunkRule(See::Inside(memory));
 }
 
-char const* BrokenRuleNearby(VMem const& memory) {
-    using See = VMemInspector;
-    Cache const& cache = See::CacheOf(memory);
-    for (CacheDesc const* page : {cache.Newest(), cache.Oldest()}) {
+char const* VMemInspector::BrokenRuleNearby(Pages const& pages) {
+    Cache const& cache = pages.cache;
+    for (CacheDesc const* page : {cache.newest, cache.oldest}) {
         if (!page) continue;
-        if (char const* const rule = See::BrokenPageRule(cache, *page)) return rule;
+        if (char const* const rule = BrokenPageRule(cache, *page)) return rule;
     }
-    if ((cache.Count() == 0) != (cache.Newest() == nullptr)) return "C1: the count is not that of the list";
-    if (See::SwapOf(memory).Size() % kPageSize != 0) return "S1: size is not in pages";
-    return See::BrokenChunkFields(memory);
+    if ((cache.cacheCount == 0) != (cache.newest == nullptr)) return "C1: the count is not that of the list";
+    if (pages.swap.swapSize % kPageSize != 0) return "S1: size is not in pages";
+    return nullptr;
 }
 
-// Called after each change of cache, file or lists; costs a call where the checks are off.
-void VMem::CheckSound() const {
+// Called after each change of cache or file, and of the lists; cost a call where the checks are off.
 #ifdef VFILE_CHECKS
-    if (char const* const rule = BrokenRuleNearby(*this)) {
-        std::fprintf(stderr, "VMem: broken rule %s\n", rule);
-        std::abort();
-    }
-#endif
+namespace {
+
+void AbortIfBroken(char const* rule) {
+    if (!rule) return;
+    std::fprintf(stderr, "VMem: broken rule %s\n", rule);
+    std::abort();
 }
+
+}  // namespace
+
+void Pages::CheckSound() const { AbortIfBroken(VMemInspector::BrokenRuleNearby(*this)); }
+void PagedMemory::CheckSound() const { AbortIfBroken(VMemInspector::BrokenChunkFields(*this)); }
+#else
+void Pages::CheckSound() const {}
+void PagedMemory::CheckSound() const {}
+#endif
 
 }  // namespace vfile

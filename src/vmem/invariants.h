@@ -1,13 +1,13 @@
 // The checker of everything that is always true of a VMem between two operations. The rules stand, numbered, where
-// the data is declared: A in <vfile/vmem.h>, C in cache.h, S in swap_file.h, R in read_ahead.h.
+// the data is declared: A in paged_memory.h, C in cache.h, S in swap_file.h, R in read_ahead.h.
 #pragma once
 
 #include <vfile/vmem.h>
 
 #include <vector>
 
-#include "vmem/cache.h"
-#include "vmem/swap_file.h"
+#include "frame/access.h"
+#include "vmem/paged_memory.h"
 
 namespace vfile {
 
@@ -15,24 +15,15 @@ namespace vfile {
 // through, so it is for tests and small memories.
 char const* BrokenRule(VMem const& memory);
 
-// The same for what the last change has touched, at a constant cost.
-char const* BrokenRuleNearby(VMem const& memory);
-
 // What a checker sees.
 struct VMemInspector {
-    static Cache const& CacheOf(VMem const& v) { return *v.cache; }
-    static SwapFile const& SwapOf(VMem const& v) { return *v.swap; }
-    static platform::Handle SwapHandle(VMem const& v) { return v.swap->swapHandle; }
-    static TChar const* SwapName(VMem const& v) { return v.swap->swapName; }
-    static std::int32_t MaxAddress(VMem const& v) { return v.maxAddress; }
-    static int NumLists(VMem const& v) { return v.numLists; }
-    static std::int16_t FreeLen(VMem const& v, int list) { return v.freeLen[list]; }
-
-    // The head of a list and how many chunks it says it has; list -1 is that of the free pages.
-    static std::int32_t Head(VMem const& v, int list) { return list < 0 ? v.freePage : v.freeHead[list]; }
-    static std::int32_t Count(VMem const& v, int list) {
-        return list < 0 ? v.freePageCount : v.freeCount[list];
-    }
+    static internal::PagedMemory& Inside(VMem const& v) { return *internal::Access::StateOf(v); }
+    static Pages& PagesOf(VMem const& v) { return Inside(v).pages; }
+    static Cache const& CacheOf(VMem const& v) { return PagesOf(v).cache; }
+    static SwapFile const& SwapOf(VMem const& v) { return PagesOf(v).swap; }
+    static platform::Handle SwapHandle(VMem const& v) { return SwapOf(v).swapHandle; }
+    static TChar const* SwapName(VMem const& v) { return SwapOf(v).swapName; }
+    static std::int32_t MaxAddress(VMem const& v) { return Inside(v).maxAddress; }
 
     // What a test damages, to hear the broken rule.
     struct Parts {
@@ -42,40 +33,49 @@ struct VMemInspector {
         ReadAhead::Run& run;
         std::int32_t& maxAddress;
         std::int16_t& numLists;
-        std::int16_t (&freeLen)[VMem::kTopList + 1];
-        std::int32_t (&freeHead)[VMem::kTopList + 1];
-        std::int32_t (&freeCount)[VMem::kTopList + 1];
+        std::int16_t (&freeLen)[internal::PagedMemory::kTopList + 1];
+        std::int32_t (&freeHead)[internal::PagedMemory::kTopList + 1];
+        std::int32_t (&freeCount)[internal::PagedMemory::kTopList + 1];
         std::int32_t& freePageCount;
     };
-    static Parts PartsOf(VMem& v) {
-        return {v.cache->newest,
-                v.cache->oldest,
-                v.cache->cacheCount,
-                v.swap->swapSize,
-                v.swap->readAhead.runs[0],
-                v.maxAddress,
-                v.numLists,
-                v.freeLen,
-                v.freeHead,
-                v.freeCount,
+    static Parts PartsOf(VMem& memory) {
+        internal::PagedMemory& v = Inside(memory);
+        Cache& cache = v.pages.cache;
+        SwapFile& swap = v.pages.swap;
+        return {cache.newest,   cache.oldest, cache.cacheCount, swap.swapSize, swap.readAhead.runs[0],
+                v.maxAddress,   v.numLists,   v.freeLen,        v.freeHead,    v.freeCount,
                 v.freePageCount};
     }
 
-    // Copies what Get would, and moves nothing.
-    static bool Peek(VMem const& v, std::int32_t addr, void* buf, std::int32_t len);
+    // Constant cost: what the last change has touched.
+    static char const* BrokenRuleNearby(Pages const& pages);
+    static char const* BrokenChunkFields(internal::PagedMemory const& v);
 
     static char const* BrokenListRule(Cache const& cache);
     static char const* BrokenTableRule(Cache const& cache);
     static char const* BrokenPageRule(Cache const& cache, CacheDesc const& page);
-    static char const* BrokenContentRule(VMem const& v);
+    static char const* BrokenContentRule(Pages const& pages);
     static char const* BrokenSwapRule(SwapFile const& swap);
     static char const* BrokenReadAheadRule(SwapFile const& swap);
+    static char const* BrokenChunkRule(internal::PagedMemory const& v);
+
+private:
     struct Stretch {
         std::int64_t from, to;
     };
-    static char const* BrokenFreeListRule(VMem const& v, int list, std::vector<Stretch>& chunks);
-    static char const* BrokenChunkRule(VMem const& v);
-    static char const* BrokenChunkFields(VMem const& v);
+    static char const* BrokenFreeListRule(internal::PagedMemory const& v, int list,
+                                          std::vector<Stretch>& chunks);
+
+    // The head of a list and how many chunks it says it has; list -1 is that of the free pages.
+    static std::int32_t Head(internal::PagedMemory const& v, int list) {
+        return list < 0 ? v.freePage : v.freeHead[list];
+    }
+    static std::int32_t Count(internal::PagedMemory const& v, int list) {
+        return list < 0 ? v.freePageCount : v.freeCount[list];
+    }
+
+    // Copies what Get would, and moves nothing.
+    static bool Peek(internal::PagedMemory const& v, std::int32_t addr, void* buf, std::int32_t len);
 };
 
 }  // namespace vfile

@@ -20,6 +20,7 @@ struct PinnedDir {
 };
 static_assert(sizeof(vfile::HFile) == sizeof(PinnedFile));
 static_assert(sizeof(vfile::HFileDir) == sizeof(PinnedDir));
+static_assert(sizeof(vfile::VMem) == sizeof(void*));
 static_assert(std::is_nothrow_default_constructible_v<vfile::HFile>);
 
 // Declares functions, and calls them where a member of such a name would hide them.
@@ -35,6 +36,15 @@ struct File : vfile::HFile {
 };
 struct Dir : vfile::HFileDir {
     int Calls() const { return HOST_FILE_NAMES; }
+};
+
+#define HOST_MEMORY_NAMES \
+    FindPage(), LoadPage(), PageAt(), IsCached(), FlushRun(), HasRoom(), CheckOwner(), cache(), swap()
+
+int HOST_MEMORY_NAMES;
+
+struct Memory : vfile::VMem {
+    int Calls() const { return HOST_MEMORY_NAMES; }
 };
 
 }  // namespace host

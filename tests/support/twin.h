@@ -2,7 +2,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <vfile/vmem.h>
 
 #include "support/model.h"
 #include "vfile/block.h"
@@ -26,7 +25,7 @@ inline void ExpectSound(VFile const& file) {
 }
 
 // The address of the page that would be given next: it stays where it is while pages are reused.
-inline std::int32_t NextPage(VMem& memory) {
+inline std::int32_t NextPage(internal::PagedMemory& memory) {
     std::int32_t addr = 0;
     memory.AllocPage(addr);
     std::int32_t const next = addr;

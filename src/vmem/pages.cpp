@@ -1,14 +1,15 @@
-// How pages come into the cache and how they leave it.
+#include "vmem/pages.h"
+
+#include <vfile/bounded_strings.h>
 #include <vfile/halt.h>
-#include <vfile/vmem.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <string>
 #include <utility>
 
-#include "vmem/cache.h"
-#include "vmem/invariants.h"
-#include "vmem/swap_file.h"
+#include "platform/platform.h"
 
 namespace vfile {
 namespace {
@@ -23,6 +24,7 @@ void Require(Transfer transfer, TChar const* proc, TChar const* failed) {
     HaltUnless(transfer != Transfer::kFailed, proc, failed);
 }
 
+constexpr TChar const* kNoMemory = u"p==NIL";
 constexpr TChar const* kWritingFailed = u"writing on swap file failed (disk full?)";
 
 // The changed pages around one that has to be written, as they lie in the file: first those above it, then those
@@ -54,50 +56,79 @@ private:
 
 }  // namespace
 
+Pages::Pages() : forkCount(platform::ForkCount()) {
+    HaltUnless(cache.Init(), u"NewCachePtr", kNoMemory);
+    NewCachePtr(cache.spareCache);
+    if (cache.spareCache) std::memset(cache.spareCache, 0, sizeof(CacheDesc));
+}
+
+Pages::~Pages() { std::free(tempDir); }
+
+void Pages::Clear() {
+    cache.Clear();
+    swap.Close();
+}
+
+void Pages::SetLimit(std::int32_t pages) {
+    limit = pages;
+    Shrink(limit);
+}
+
+void Pages::SetTempDir(TChar const* dir) {
+    TChar* copy = nullptr;
+    if (dir && dir[0] != 0) {
+        std::size_t const units = std::char_traits<TChar>::length(dir) + 1;
+        copy = static_cast<TChar*>(std::malloc(units * sizeof(TChar)));
+        if (copy) AssignStr(copy, static_cast<std::uint32_t>(units), dir);
+    }
+    std::free(tempDir);  // last: `dir` may be this very string
+    tempDir = copy;
+}
+
 // The page at `addr`, which has not got its slot. The descriptor is nobody's while the page is read: should that
 // stop and the stop throw, it goes, and no list has ever known it with the wrong bytes.
-CacheDesc& VMem::FindOutsideTable(std::int32_t addr, bool load) {
-    if (CacheDesc* const listed = cache->Find(addr)) {
-        cache->Promote(*listed);
+CacheDesc& Pages::FindOutsideTable(std::int32_t addr, bool load) {
+    if (CacheDesc* const listed = cache.Find(addr)) {
+        cache.Promote(*listed);
         CheckSound();
         return *listed;
     }
     auto const giveBack = [this](CacheDesc* page) {
-        if (page != cache->spareCache) DisposeCachePtr(page);
+        if (page != cache.spareCache) DisposeCachePtr(page);
     };
     std::unique_ptr<CacheDesc, decltype(giveBack)> page(TakeDescriptor(), giveBack);
     if (load) LoadPage(*page, addr);
-    cache->Add(*page, addr);
+    cache.Add(*page, addr);
     CheckSound();
     return *page.release();
 }
 
 // A descriptor in no list: the spare one for an empty cache, a new one below the limit, else that of the oldest page.
-CacheDesc* VMem::TakeDescriptor() {
-    if (cache->Count() == 0 && cache->spareCache) return cache->spareCache;
-    if (cache->Count() == 0 || cache->Count() < maxCachePages) {
+CacheDesc* Pages::TakeDescriptor() {
+    if (cache.Count() == 0 && cache.spareCache) return cache.spareCache;
+    if (cache.Count() == 0 || cache.Count() < limit) {
         CacheDesc* page = nullptr;
         NewCachePtr(page);
         return page;
     }
-    CacheDesc& oldest = *cache->Oldest();
+    CacheDesc& oldest = *cache.Oldest();
     FlushCachePtr(oldest);
-    cache->Remove(oldest);
-    cache->WarmOldest();
+    cache.Remove(oldest);
+    cache.WarmOldest();
     return &oldest;
 }
 
-void VMem::LoadPage(CacheDesc& page, std::int32_t addr) {
-    if (addr >= swap->Size()) {
+void Pages::LoadPage(CacheDesc& page, std::int32_t addr) {
+    if (addr >= swap.Size()) {
         std::memset(page.data, 0, kPageSize);
     } else if (!StopsInChild(u"FindPage")) {
-        Require(swap->Read(addr, page.data), u"FindPage", u"reading from swap file failed");
+        Require(swap.Read(addr, page.data), u"FindPage", u"reading from swap file failed");
     }
 }
 
-void VMem::FlushCachePtr(CacheDesc& page) {
+void Pages::FlushCachePtr(CacheDesc& page) {
     if (!page.dirty || StopsInChild(u"FlushCachePtr")) return;
-    if (!swap->IsOpen() && !swap->Create(tempDir)) {
+    if (!swap.IsOpen() && !swap.Create(tempDir)) {
         return Halt(u"VMem", u"FlushCachePtr", u"swap file creation failed");
     }
     if (FlushRun(page)) return;
@@ -105,63 +136,59 @@ void VMem::FlushCachePtr(CacheDesc& page) {
     ExtendFile(page.addr);
     CacheDesc* const alone[] = {&page};
     std::size_t whole = 0;
-    Transfer const written = swap->Write(page.addr, alone, whole);
+    Transfer const written = swap.Write(page.addr, alone, whole);
     if (whole == 1) page.dirty = false;
     Require(written, u"FlushCachePtr", kWritingFailed);
 }
 
 // Writes a changed page with the changed pages next to it. False when it has no such company, or when the write did
 // not get as far as the page: what was written is clean, and the page has to go alone.
-bool VMem::FlushRun(CacheDesc& page) {
-    DirtyRun const run(*cache, page);
+bool Pages::FlushRun(CacheDesc& page) {
+    DirtyRun const run(cache, page);
     if (run.Size() == 1) return false;
 
     auto const pages = run.Pages();
     ExtendFile(pages.front()->addr);
     std::size_t whole = 0;
-    swap->Write(pages.front()->addr, pages, whole);
+    swap.Write(pages.front()->addr, pages, whole);
     for (CacheDesc* const written : pages.first(whole)) written->dirty = false;
     return !page.dirty;
 }
 
 // A changed page in the stretch gets zeros too. It is cached, so nobody reads them, and its own turn comes.
-void VMem::ExtendFile(std::int32_t size) { Require(swap->Extend(size), u"ExtendFile", kWritingFailed); }
+void Pages::ExtendFile(std::int32_t size) { Require(swap.Extend(size), u"ExtendFile", kWritingFailed); }
 
-void VMem::NewCachePtr(CacheDesc*& page) {
-    page = cache->ReserveOne() ? static_cast<CacheDesc*>(std::malloc(sizeof(CacheDesc))) : nullptr;
-    if (!page) Halt(u"VMem", u"NewCachePtr", u"p==NIL");
+void Pages::NewCachePtr(CacheDesc*& page) {
+    page = cache.ReserveOne() ? static_cast<CacheDesc*>(std::malloc(sizeof(CacheDesc))) : nullptr;
+    if (!page) Halt(u"VMem", u"NewCachePtr", kNoMemory);
 }
 
-void VMem::DisposeCachePtr(CacheDesc*& page) {
-    if (!page) return Halt(u"VMem", u"DisposeCachePtr", u"p==NIL");
+void Pages::DisposeCachePtr(CacheDesc*& page) {
+    if (!page) return Halt(u"VMem", u"DisposeCachePtr", kNoMemory);
     std::free(page);
     page = nullptr;
 }
 
 // From the newest on: the opposite of the order in which pages leave one by one.
-void VMem::ShrinkCache(std::int32_t pages) {
-    while (cache->Count() > pages) {
-        CacheDesc* newest = cache->Newest();
+void Pages::Shrink(std::int32_t pages) {
+    while (cache.Count() > pages) {
+        CacheDesc* newest = cache.Newest();
         FlushCachePtr(*newest);
-        cache->Remove(*newest);
-        if (newest != cache->spareCache) DisposeCachePtr(newest);
+        cache.Remove(*newest);
+        if (newest != cache.spareCache) DisposeCachePtr(newest);
     }
     CheckSound();
 }
 
-void VMem::FlushCache() {
-    CheckOwner(__LINE__);
-    for (CacheDesc* page = cache->Newest(); page; page = page->next) FlushCachePtr(*page);
+void Pages::Flush() {
+    for (CacheDesc* page = cache.Newest(); page; page = page->next) FlushCachePtr(*page);
     CheckSound();
 }
 
-void VMem::ReleaseCache() {
-    CheckOwner(__LINE__);
-    ShrinkCache(0);
-}
+bool Pages::FromParent() const { return forkCount != platform::ForkCount(); }
 
 // In a child process the file is the parent's: what the child wrote, the parent would read.
-bool VMem::StopsInChild(TChar const* proc) const {
+bool Pages::StopsInChild(TChar const* proc) const {
     if (!FromParent()) return false;
     Halt(u"VMem", proc, u"swap file belongs to the parent process");
     return true;
