@@ -264,8 +264,12 @@ FileRes CodeOf(int error) {
 // where nothing can be removed any more.
 // Nor is a new file removed, which is empty then, by one who can never learn what it holds open.
 Listing WithoutLeftover(Listing listing, bool nothingIsRemoved, bool nothingIsKnown) {
-    auto const left = listing.find("target.~safe~1");
-    if (left != listing.end() && (nothingIsRemoved || left->second == "old")) listing.erase(left);
+    for (char const* const name : {"target.~old~1", "target.~new~1", "target.~part~1"}) {
+        auto const left = listing.find(name);
+        bool const whole =
+            left != listing.end() && name == std::string_view("target.~old~1") && left->second == "old";
+        if (whole || nothingIsRemoved || nothingIsKnown) listing.erase(name);
+    }
     if (nothingIsRemoved && listing.count("source")) listing.erase("elsewhere");
     if (nothingIsKnown && listing.count("target") && listing["target"].empty()) listing.erase("target");
     return listing;

@@ -136,6 +136,8 @@ TEST(HostNames, BackupExtensionsRunTo99) {
     } const rows[] = {
         {u"",     u".~",   20},
         {u".",    u".~",   20},
+        {u"",     u"",     2 },
+        {u".",    u".~",   3 },
         {u"a1b",  u"~",    20},
         {u"ab1",  u"~",    20},
         {u".abc", u".~bc", 20},

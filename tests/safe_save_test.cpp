@@ -115,7 +115,7 @@ Kind const kKinds[] = {
     {"leftovers beside it", 0644,
      [] {
          fs::create_hard_link("file", "second");
-         for (char const n : {'1', '2', '4'}) WriteWhole(std::string("file.~safe~") + n, "left");
+         for (char const n : {'1', '2', '4'}) WriteWhole(std::string(n == '2' ? "file.~part~" : "file.~old~") + n, "left");
      },
      kInPlace, kInPlace},
 };

@@ -29,14 +29,20 @@ fresh() {
 save() { "$@" "$vfile" --cache 70 --tmp "$work/swap" replace "$work/home/file" harbor lighthaus --in-place; }
 
 # whole [LINK]: the file is the old one or the new one; with a second name at least a copy beside it is. No more than one
-# name is left over, and no swap file.
+# name is left over, which holds what it tells, and no swap file.
 whole() {
     local beside
-    beside=$(find "$work/home" -name 'file.~safe~*')
+    beside=$(find "$work/home" -name 'file.~*')
     (($(wc -w <<<"$beside") <= 1)) || found "more than one name is left over"
     [[ -z $(ls "$work/swap") ]] || found "a swap file is left over"
+    case $beside in
+        *'.~new~'*) cmp -s "$beside" "$new" || found "the new bytes beside it are not whole" ;;
+        *'.~old~'*) cmp -s "$beside" "$old" || found "the old bytes beside it are not whole" ;;
+        '' | *'.~part~'*) ;;
+        *) found "a name that tells nothing" ;;
+    esac
     cmp -s "$work/home/file" "$old" || cmp -s "$work/home/file" "$new" ||
-        { [[ -n ${1-} && -n $beside ]] && cmp -s "$beside" "$old"; } || found "the file is neither the old one nor the new one"
+        [[ -n ${1-} && $beside == *'.~old~'* ]] || found "the file is neither the old one nor the new one"
 }
 
 # clean: nothing but the file, and its second name.

@@ -1,5 +1,4 @@
 // The extensions of backups: a tilde in the first place, and a number of one or two digits behind it.
-#include <vfile/bounded_strings.h>
 #include <vfile/host_file.h>
 
 #include <algorithm>
@@ -56,10 +55,7 @@ bool HFile::GetNextBackupExt(TChar* ext, std::uint32_t size) {
     TChar* const end = std::find(ext, ext + size, TChar{0});
     if (end == ext + size) return false;
     TChar* const p = ext + (*ext == u'.' ? 1 : 0);
-    if (p == end) {
-        AssignStr(ext, size, u".~");
-        return true;
-    }
+    if (p == end) return Lengthen(ext, u".~", size > 2);
     if (*p == u'~') return StepNumber(p, end + 1 < ext + size);
     BecomeFirst(p);
     return true;

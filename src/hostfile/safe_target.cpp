@@ -1,38 +1,24 @@
 #include "hostfile/safe_target.h"
 
-#include <algorithm>
-#include <charconv>
-#include <string_view>
-
 namespace vfile {
 
 namespace {
 
 using namespace platform;
 
-constexpr int kMostNames = 10000;       // leftovers of kills that are passed over
-constexpr std::size_t kSureUnits = 80;  // of a name: hardly any file system finds it and a number too long
-constexpr std::u16string_view kSuffix = u".~safe~";
-
 OpenMode HeldAlone(Access access, Disposition disposition, bool ownerOnly = false) {
     return {access, kShareNone, disposition, Hint::kSequential, ownerOnly};
 }
 
-// NAME.~safe~N in `dst`, the name cut to `most` units. False: no room.
-bool PutNameBeside(TChar* dst, std::uint32_t size, std::u16string_view path, std::size_t most, int number) {
-    std::size_t const slash = path.find_last_of(kSeparator);
-    std::size_t const begin = slash == path.npos ? 0 : slash + 1;
-    std::size_t end = std::min(path.size(), begin + most);
-    bool const inPair = end < path.size() && end > begin && (path[end - 1] & 0xFC00) == 0xD800;
-    if (inPair) --end;
-    char digits[12];
-    char const* const last = std::to_chars(digits, std::end(digits), number).ptr;
-    auto const count = static_cast<std::size_t>(last - digits);
-    if (end + kSuffix.size() + count >= size) return false;
-    dst = std::copy_n(path.data(), end, dst);
-    dst = std::copy_n(kSuffix.data(), kSuffix.size(), dst);
-    *std::copy_n(digits, count, dst) = 0;
-    return true;
+// Of a file that is there: opened as one that might have to be made, so that the system's guards against what others
+// have planted in a directory for all can act.
+OpenMode Guarded(Access access) { return HeldAlone(access, Disposition::kOpenAlways); }
+
+// Removes what an open call made where something was to be there.
+bool RefuseMade(Handle made, TChar const* name) {
+    RemoveNameOf(name, made);
+    SetLastError(kSharingViolation);
+    return false;
 }
 
 }  // namespace
@@ -49,84 +35,109 @@ bool SafeTarget::Open(TChar const* given) {
     Attributes attributes{};
     bool const exists = GetAttributes(given, attributes);
     if (!exists && LastError() != kFileNotFound) return false;
-    if (exists && !attributes.regular) {
-        handle = OpenFile(given, HeldAlone(Access::kWrite, Disposition::kOpenExisting));
-        if (handle == InvalidHandle()) return false;
-        file.emplace(handle);
-        return true;
-    }
-    if (!FollowLinks(given, target, kPathUnits)) return false;
-    return exists ? OpenOld(given) : OpenFresh(false);
+    if (exists && !attributes.regular) return OpenPlain(given);
+    if (!FollowLinks(given, exists, target, NamesBeside::kUnits) || !NamesCanGo(target)) return false;
+    return exists ? OpenOld(given) : OpenNew();
 }
 
-// One that may be written but not read can still be replaced.
-bool SafeTarget::OpenOld(TChar const* given) {
-    bool const readable =
-        old.Take(OpenFile(target, HeldAlone(Access::kReadWrite, Disposition::kOpenExisting)));
-    if (!readable && (LastError() != kAccessDenied ||
-                      !old.Take(OpenFile(target, HeldAlone(Access::kWrite, Disposition::kOpenExisting))))) {
+bool SafeTarget::OpenPlain(TChar const* given) {
+    OpenHandle plain;
+    bool made = false;
+    std::int64_t size = 0;
+    if (!plain.Take(OpenFile(given, Guarded(Access::kWrite), &made))) return false;
+    if (made) return RefuseMade(plain.Get(), given);
+    if (GetSize(plain.Get(), size)) {  // a file by now, whose bytes are to be kept
+        SetLastError(kSharingViolation);
         return false;
     }
-    if (!IsNameOf(given, old.Get())) return false;  // a link of the system's own, or somebody was faster
-    if (CountNames(old.Get()) != 1) return OpenInPlace();
-    if (!OpenFresh(true)) return false;
-    if (CopyAttributes(old.Get(), handle)) return true;
-    if (beside[0] != 0) RemoveNamed(beside);
-    file.reset();
-    handle = InvalidHandle();
-    return OpenInPlace();
+    Adopt(plain);
+    return true;
 }
 
-// Takes the first name beside the target that is free, by `tryName`.
-template <class TryName>
-bool SafeTarget::TakeNameBeside(TryName tryName) {
-    std::size_t most = kPathUnits;
-    for (int number = 1; number <= kMostNames; ++number) {
-        bool const fits = PutNameBeside(beside, kPathUnits, target, most, number);
-        if (fits && tryName(beside)) return true;
-        std::uint32_t const reason = fits ? LastError() : std::uint32_t{kInvalidName};
-        if (reason == kInvalidName && most > 0) {
-            most = most > kSureUnits ? kSureUnits : 0;
-            number = 0;
-        } else if (reason != kFileExists) {
-            SetLastError(reason);
-            break;
-        }
+bool SafeTarget::OpenNew() {
+    OpenHandle fresh;
+    if (!MakeFresh(fresh)) return false;
+    if (Prepare(fresh.Get())) {
+        Adopt(fresh);
+        return true;
     }
-    beside[0] = 0;
+    Discard(fresh.Get());
     return false;
 }
 
+bool SafeTarget::OpenOld(TChar const* given) {
+    if (!HoldOld()) return false;
+    if (!IsNameOf(given, old.Get())) return false;  // a link of the system's own, or somebody was faster
+    if (CountNames(old.Get()) != 1) return OpenInPlace();
+    OpenHandle fresh;
+    if (!MakeFresh(fresh)) return false;
+    if (Prepare(fresh.Get())) {
+        Adopt(fresh);
+        return true;
+    }
+    Discard(fresh.Get());
+    return OpenInPlace();
+}
+
+// One that may be written but not read can still be replaced.
+bool SafeTarget::HoldOld() {
+    bool made = false;
+    bool const readable = old.Take(OpenFile(target, Guarded(Access::kReadWrite), &made));
+    if (!readable &&
+        (LastError() != kAccessDenied || !old.Take(OpenFile(target, Guarded(Access::kWrite), &made)))) {
+        return false;
+    }
+    return !made || RefuseMade(old.Get(), target);
+}
+
 bool SafeTarget::MakeNamed(OpenHandle& made, bool ownerOnly) {
-    return TakeNameBeside([&](TChar const* name) {
+    return names.Take([&](TChar const* name) {
         return made.Take(OpenFile(name, HeldAlone(Access::kReadWrite, Disposition::kCreateNew, ownerOnly)));
     });
 }
 
-bool SafeTarget::OpenFresh(bool ownerOnly) {
+bool SafeTarget::MakeFresh(OpenHandle& made) {
     way = Way::kFresh;
-    OpenHandle fresh;
-    bool const unnamed = fresh.Take(CreateUnnamed(target, ownerOnly));
-    if (!unnamed && (LastError() != kNotSupported || !MakeNamed(fresh, ownerOnly))) return false;
-    handle = fresh.Release();
+    bool const ownerOnly = old.IsOpen();
+    return made.Take(CreateUnnamed(target, ownerOnly)) ||
+           (LastError() == kNotSupported && MakeNamed(made, ownerOnly));
+}
+
+bool SafeTarget::Prepare(Handle fresh) { return PrepareReplacement(fresh, old.Get(), rights); }
+
+void SafeTarget::Adopt(OpenHandle& opened) {
+    handle = opened.Release();
     file.emplace(handle);
-    return true;
+}
+
+// Takes away what the fresh file, or the copy, is called, unless somebody else has that name by now. Keeps the reason.
+void SafeTarget::Discard(Handle beside) {
+    using enum NamesBeside::Meaning;
+    std::uint32_t const reason = LastError();
+    if (names.AreTaken()) {
+        for (auto const meaning : {kPart, kNew, kOld}) RemoveNameOf(names.Get(meaning), beside);
+    }
+    names.Forget();
+    SetLastError(reason);
 }
 
 bool SafeTarget::OpenInPlace() {
     way = Way::kInPlace;
     if (!MakeNamed(copy, true)) return false;
-    if (!CopyRest(old.Get(), copy.Get()) || !FlushFile(copy.Get()) || !FlushDirectoryOf(beside) ||
-        !SetPosition(old.Get(), 0)) {
-        std::uint32_t const reason = LastError();
-        RemoveNamed(beside);
-        beside[0] = 0;
-        SetLastError(reason);
+    if (!KeepCopy() || !SetPosition(old.Get(), 0)) {
+        Discard(copy.Get());
         return false;
     }
-    handle = old.Release();
-    file.emplace(handle);
+    Adopt(old);
     return true;
+}
+
+// Only when the copy is whole and flushed it gets the name that says so.
+bool SafeTarget::KeepCopy() {
+    TChar whole[NamesBeside::kUnits];
+    if (!CopyRest(old.Get(), copy.Get()) || !FlushFile(copy.Get())) return false;
+    return names.Put(NamesBeside::kOld, whole) && IsNameOf(names.Get(NamesBeside::kPart), copy.Get()) &&
+           RenameNamed(names.Get(NamesBeside::kPart), whole) && FlushDirectoryOf(whole);
 }
 
 FileRes SafeTarget::Commit() {
@@ -152,35 +163,48 @@ bool SafeTarget::Finish() {
 // Named before it is flushed: of a file without a name some file systems flush nothing that lasts.
 bool SafeTarget::FinishFresh() {
     auto const giveName = [this](TChar const* name) { return GiveName(handle, name); };
-    if (beside[0] == 0 && !TakeNameBeside(giveName)) return false;
-    if (old.IsOpen() && !CopyAttributes(old.Get(), handle)) return false;  // writing takes set-id bits away
-    if (!FlushFile(handle) || !TakePlace()) return false;
-    committed = true;
-    return FlushDirectoryOf(target);
+    if (!names.AreTaken() && !names.Take(giveName) && (LastError() != kNotSupported || !MoveToNamed())) {
+        return false;
+    }
+    TChar part[NamesBeside::kUnits], whole[NamesBeside::kUnits], aside[NamesBeside::kUnits];
+    names.Put(NamesBeside::kPart, part);  // a number that was taken has room for all
+    names.Put(NamesBeside::kNew, whole);
+    names.Put(NamesBeside::kOld, aside);
+    Standing standing = Standing::kAsBefore;
+    bool const done = EndReplacement({handle, old.Get(), rights}, {target, part, whole, aside}, standing);
+    committed = standing != Standing::kAsBefore;
+    return done;
 }
 
-// Only a file that is still the one that was opened is replaced, and one that came about meanwhile is not.
-bool SafeTarget::TakePlace() {
-    if (!old.IsOpen()) return RenameNamed(beside, target);
-    return IsNameOf(target, old.Get()) && ReplaceNamed(beside, target);
+// What was made without a name, and cannot have one after all, goes to a file made with one.
+bool SafeTarget::MoveToNamed() {
+    OpenHandle named;
+    if (!MakeNamed(named, old.IsOpen())) return false;
+    if (!Prepare(named.Get()) || !SetPosition(handle, 0) || !CopyRest(handle, named.Get())) {
+        Discard(named.Get());
+        return false;
+    }
+    Adopt(named);
+    return true;
 }
 
 // Behind the flush nothing is tried again: if it fails, the copy is what there is.
 bool SafeTarget::FinishInPlace() {
     if (!TruncateHere(handle)) return false;
     committed = true;
-    return FlushFile(handle) && RemoveNamed(beside);
+    return FlushFile(handle) && RemoveNameOf(names.Get(NamesBeside::kOld), copy.Get());
 }
 
 // A fresh file goes. One written in place gets its old bytes again, and the copy goes when they are on the device.
 void SafeTarget::TakeBack() {
-    bool const restored = way != Way::kInPlace || PutBack();
-    if (restored && beside[0] != 0) RemoveNamed(beside);
+    if (!names.AreTaken()) return;
+    if (way == Way::kFresh) return Discard(handle);
+    if (PutBack()) Discard(copy.Get());
 }
 
 bool SafeTarget::PutBack() {
-    return copy.IsOpen() && SetPosition(copy.Get(), 0) && SetPosition(handle, 0) &&
-           CopyRest(copy.Get(), handle) && TruncateHere(handle) && FlushFile(handle);
+    return SetPosition(copy.Get(), 0) && SetPosition(handle, 0) && CopyRest(copy.Get(), handle) &&
+           TruncateHere(handle) && FlushFile(handle);
 }
 
 }  // namespace vfile

@@ -2,20 +2,22 @@
 // file or the new one; or, in place, the name or the copy beside it does.
 //
 //   plain      a device or a pipe has nothing to keep
-//   fresh      the bytes go to a new file in the target's directory, which gets what the old one has besides its bytes,
-//              is flushed, and takes its name
+//   fresh      the bytes go to a new file in the target's directory, its owner's alone, which at the end gets what the
+//              old one has besides its bytes, is flushed, and takes its name
 //   in place   a new file could not be what the old one is: that has more names, or an owner or an access list that
-//              cannot be given. Its old bytes are put beside it first, flushed, under NAME.~safe~N. They go when the new
-//              ones are flushed, and are put back when those fail
+//              cannot be given. Its old bytes are put beside it first and flushed. They go when the new ones are
+//              flushed, and are put back when those fail
 //
-// The old file is held alone meanwhile. Links to it are followed, not replaced. What is not committed is taken back. A
-// failed flush is final: what the device has nobody knows, so that the copy of the old bytes stays where there is one.
+// names_beside.h tells what is found beside the target meanwhile. The old file is held alone. Links to it are followed,
+// not replaced. What is not committed is taken back. A failed flush is final: what the device has nobody knows, so that
+// the copy of the old bytes stays where there is one.
 #pragma once
 
 #include <vfile/host_file.h>
 
 #include <optional>
 
+#include "hostfile/names_beside.h"
 #include "hostfile/open_handle.h"
 
 namespace vfile {
@@ -37,20 +39,23 @@ public:
     FileRes Commit();
 
 private:
-    static constexpr std::uint32_t kPathUnits = 4096;
-
     enum class Way { kPlain, kFresh, kInPlace };
 
     bool Open(TChar const* given);
+    bool OpenPlain(TChar const* given);
+    bool OpenNew();
     bool OpenOld(TChar const* given);
-    bool OpenFresh(bool ownerOnly);
+    bool HoldOld();
     bool OpenInPlace();
-    template <class TryName>
-    bool TakeNameBeside(TryName tryName);
+    bool KeepCopy();
     bool MakeNamed(OpenHandle& made, bool ownerOnly);
+    bool MakeFresh(OpenHandle& made);
+    bool Prepare(platform::Handle fresh);
+    void Adopt(OpenHandle& opened);
+    void Discard(platform::Handle beside);
     bool Finish();
     bool FinishFresh();
-    bool TakePlace();
+    bool MoveToNamed();
     bool FinishInPlace();
     void TakeBack();
     bool PutBack();
@@ -62,8 +67,9 @@ private:
     platform::Handle handle = InvalidHandle();  // the file's
     OpenHandle old;                             // the target, which a fresh file is to replace
     OpenHandle copy;                            // of the old bytes, for a save in place
-    TChar target[kPathUnits] = {};              // behind all links
-    TChar beside[kPathUnits] = {};  // name of the fresh file or of the copy; empty while it has none
+    std::uint32_t rights = 0;                   // of a fresh file that replaces none
+    TChar target[NamesBeside::kUnits] = {};     // behind all links
+    NamesBeside names{target};                  // taken while the fresh file, or the copy, has one
 };
 
 }  // namespace vfile

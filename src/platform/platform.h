@@ -77,7 +77,9 @@ struct OpenMode {
 // truncated. kCreateAlways with kRead contradicts itself: kInvalidParameter. A file that this very call made
 // and could not have after all is not left behind, unless another process has it to write by then. A pipe
 // waits for its other end. No program that a child process starts inherits the handle.
-Handle OpenFile(TChar const* name, OpenMode const& mode);
+// Where the system guards directories for all against files, pipes and links that others have planted, it does so for every
+// disposition that may make a file. `made`, set with a handle: whether this call made the file.
+Handle OpenFile(TChar const* name, OpenMode const& mode, bool* made = nullptr);
 
 // Gives up the lock, then the handle, so that a copy of the handle in another process does not keep the lock.
 void CloseFile(Handle file);
@@ -129,29 +131,64 @@ bool CopyRest(Handle from, Handle to);
 // Safe replacement: safe_files.cpp
 
 // The name of the file that `name` leads to, links followed, or of the one that they lead to and that is still to be
-// made; in `found` of `size` units.
-bool FollowLinks(TChar const* name, TChar* found, std::uint32_t size);
+// made; in `found` of `size` units. Unless it `exists`, so that the system will never follow the links itself, one that
+// another has made in a directory where all may make names is kAccessDenied.
+bool FollowLinks(TChar const* name, bool exists, TChar* found, std::uint32_t size);
+
+// Whether a name in the directory of `name` can be taken away again, as far as that can be told beforehand. Where names
+// can only be added: kAccessDenied.
+bool NamesCanGo(TChar const* name);
+
+// Whether nothing has this name, no link either. False: kFileExists, or why it can be no name.
+bool IsNameFree(TChar const* name);
 
 // Makes a file in the directory of `name`, held alone, that has no name yet and vanishes with its handle unless
 // it is given one, which must be free and in that directory (kFileExists). Without `ownerOnly` it gets what any new file
-// would get there. kNotSupported: the file system cannot do that.
+// would get there. kNotSupported: the system cannot do that, or does not let us; GiveName may find that out, too.
 Handle CreateUnnamed(TChar const* name, bool ownerOnly);
 bool GiveName(Handle file, TChar const* name);
-
-// Gives one file the owner, group, permission bits, access list and further attributes of another. False: it cannot have
-// them all.
-bool CopyAttributes(Handle from, Handle to);
 
 // Whether `name`, links followed, means this very file; another is kSharingViolation.
 bool IsNameOf(TChar const* name, Handle file);
 
+// Removes a name of a file that we hold; kSharingViolation when it means another by now, or is a link.
+bool RemoveNameOf(TChar const* name, Handle file);
+
 // How many names a file has, -1 where it cannot be told.
 std::int64_t CountNames(Handle file);
 
-// Gives a file another name in the same directory, in place of whatever has it: at every moment the new name means one
-// of the two. It is sure to outlast a power cut once the directory is flushed, which is done as far as the system admits.
-bool ReplaceNamed(TChar const* from, TChar const* to);
+// Sure to outlast a power cut are new names once their directory is flushed, which is done as far as the system admits.
 bool FlushDirectoryOf(TChar const* name);
+
+// Before the first byte: gives `fresh` owner, group and further attributes of `old`, and leaves it to its owner alone. No
+// `old`: `rights` is what it is to get back in the end. False: it could not have all that the old one has.
+bool PrepareReplacement(Handle fresh, Handle old, std::uint32_t& rights);
+
+// A file whose bytes are all written, and what it replaces: none where the name is to be new, which it must be still.
+struct Replacement {
+    Handle fresh;
+    Handle old;
+    std::uint32_t rights;
+};
+struct ReplacementNames {
+    TChar const* target;
+    TChar const* part;   // of the fresh file so far
+    TChar const* whole;  // of the fresh file from its flush on, unless that is taken
+    TChar const*
+        aside;  // of the old file, where the system cannot replace without a moment at which it has another name
+};
+
+// What the names mean behind it.
+enum class Standing {
+    kAsBefore,  // the target is the old one; the fresh one is called `part` or `whole`
+    kReplaced,  // the target is the fresh one
+    kApart,     // nothing is the target; the old one is called `aside`, the fresh one `whole`
+};
+
+// Ends a replacement: gives the fresh file all that the old one has besides its bytes, permission bits last, flushes it,
+// closes what the system wants closed, makes the target's name its own, unless that means another file by now, and
+// flushes the directory. At every moment the target is one of the two. False with kReplaced: it may not outlast a power cut.
+bool EndReplacement(Replacement const& files, ReplacementNames const& names, Standing& standing);
 
 // The entries of a directory, in its own order, "." and ".." among them.
 class Directory {

@@ -23,7 +23,7 @@ enum class Call {
     kWriteAt,
     kCopyRange,
     kFlush,
-    kName,          // stat, lstat, access, readlink, unlink, symlink, mkdir
+    kName,          // stat, lstat, statx, access, readlink, readlinkat, unlink, symlink, mkdir
     kRename,        // renameat2
     kLink,          // rename, linkat
     kAskAttribute,  // access list and others are asked for

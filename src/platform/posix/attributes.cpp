@@ -40,9 +40,29 @@ struct Value {
 // Rights that a program file has by what it holds are lost with every other change of its bytes, too.
 bool GoesAlong(std::string_view attribute) { return attribute != kCapabilities; }
 
-bool CopyAttribute(int from, int to, char const* name) {
-    Value const wanted(from, name);
+// One entry of an access list as the system hands it out, behind four bytes of version; the low byte first.
+struct ListEntry {
+    std::uint16_t tag, rights;
+    std::uint32_t id;
+};
+constexpr std::size_t kListHead = 4;
+constexpr std::uint16_t kOwner = 1, kOwningGroup = 4, kOthers = 32;  // the rest: whom it names, and the mask
+
+// Takes the rights of all but the owner out of a list.
+void LeaveToOwner(Value& list) {
+    for (std::size_t at = kListHead; at + sizeof(ListEntry) <= static_cast<std::size_t>(list.len);
+         at += sizeof(ListEntry)) {
+        ListEntry entry;
+        std::memcpy(&entry, list.bytes + at, sizeof entry);
+        entry.rights = le16toh(entry.tag) == kOwner ? htole16(S_IRUSR >> 6 | S_IWUSR >> 6) : std::uint16_t{0};
+        std::memcpy(list.bytes + at, &entry, sizeof entry);
+    }
+}
+
+bool CopyAttribute(int from, int to, char const* name, ListRights rights = ListRights::kAll) {
+    Value wanted(from, name);
     if (wanted.len == -1) return errno == ENODATA;
+    if (rights == ListRights::kOwner && std::string_view(name) == kAccessList) LeaveToOwner(wanted);
     return wanted == Value(to, name) ||
            fsetxattr(to, name, wanted.bytes, static_cast<std::size_t>(wanted.len), 0) == 0;
 }
@@ -62,14 +82,6 @@ bool DropForeignList(int from, int to) {
     bool const lacks = fgetxattr(from, kAccessList, nullptr, 0) == -1 && IsAbsent(errno);
     return !lacks || DropList(to);
 }
-
-// One entry of an access list as the system hands it out, behind four bytes of version; the low byte first.
-struct ListEntry {
-    std::uint16_t tag, rights;
-    std::uint32_t id;
-};
-constexpr std::size_t kListHead = 4;
-constexpr std::uint16_t kOwner = 1, kOwningGroup = 4, kOthers = 32;  // the rest: whom it names, and the mask
 
 // The bits of a mode that give nobody more than an access list did. The group bits of the mode with the list are its
 // mask and nobody's right. Whom an entry names is one of the group or of the others without it.
@@ -128,12 +140,12 @@ bool CopyOwner(struct stat const& from, int to) {
 
 }  // namespace
 
-bool CopyAttributeList(int from, int to) {
+bool CopyAttributeList(int from, int to, ListRights rights) {
     char names[kMostAttribute];
     ssize_t const len = flistxattr(from, names, sizeof names);
     if (len == -1) return errno == ENOTSUP;
     for (char const* name = names; name < names + len; name += std::strlen(name) + 1) {
-        if (GoesAlong(name) && !CopyAttribute(from, to, name)) return false;
+        if (GoesAlong(name) && !CopyAttribute(from, to, name, rights)) return false;
     }
     return DropForeignList(from, to);
 }

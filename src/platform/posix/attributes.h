@@ -3,9 +3,12 @@
 
 namespace vfile::platform {
 
+// Whom the list of a copy is to let in. With kOwner it is as long as the other's, and is refused where that would be.
+enum class ListRights { kAll, kOwner };
+
 // Gives one open file the access list and the further attributes of another; a list that the other lacks is taken
 // away. False: it cannot have them all, and errno tells why.
-bool CopyAttributeList(int from, int to);
+bool CopyAttributeList(int from, int to, ListRights rights = ListRights::kAll);
 
 // Gives a file that only its owner may open the permission bits and the access list of another, at once. Where the
 // list cannot be had, the bits are those that give nobody more than it did. False, with errno: not to be done.

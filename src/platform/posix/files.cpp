@@ -27,6 +27,7 @@ public:
 
     bool IsOpen() const { return descriptor_ != -1; }
     int Claim(OpenMode const& mode);
+    bool WasMade() const { return made_; }
     bool HasLostItsName() const;
     bool IsStillEmpty() const;
     int Prepare(OpenMode const& mode);
@@ -60,15 +61,18 @@ Candidate::Candidate(char const* path, OpenMode const& mode) {
 
     if (mode.disposition == Disposition::kCreateNew) {
         descriptor_ = openWith(O_CREAT | O_EXCL);
-        made_ = true;
+        made_ = descriptor_ != -1;
         return;
     }
-    descriptor_ = openWith(0);
-    if (descriptor_ != -1 || errno != ENOENT || mode.disposition == Disposition::kOpenExisting) return;
+    if (mode.disposition == Disposition::kOpenExisting) {
+        descriptor_ = openWith(0);
+        return;
+    }
     descriptor_ = openWith(O_CREAT | O_EXCL);
     made_ = descriptor_ != -1;
     if (made_ || errno != EEXIST) return;
-    // A link to a file that is still to be made, or another process has been faster.
+    // A file that is there, or a link to one that is still to be made. Opened by a call that may make it: only of those
+    // the system refuses what others have planted in a directory for all.
     descriptor_ = openWith(O_CREAT);
 }
 
@@ -124,7 +128,7 @@ void Candidate::TakeBack(char const* path) {
     if (!another) unlink(path);
 }
 
-Handle OpenPath(char const* path, OpenMode const& mode) {
+Handle OpenPath(char const* path, OpenMode const& mode, bool* made) {
     // Bounded, since a file may have no name for good: one that is opened by its place under /proc.
     for (int triesLeft = 3;; --triesLeft) {
         Candidate file(path, mode);
@@ -135,6 +139,7 @@ Handle OpenPath(char const* path, OpenMode const& mode) {
         int refusal = file.Claim(mode);
         if (refusal == 0 && triesLeft > 0 && file.HasLostItsName()) continue;
         if (refusal == 0) refusal = file.Prepare(mode);
+        if (refusal == 0 && made) *made = file.WasMade();
         if (refusal == 0) return file.Release();
         file.TakeBack(path);
         Fail(refusal);
@@ -149,11 +154,11 @@ bool IsReadOnlyDescriptor(int descriptor) {
 
 }  // namespace
 
-Handle OpenFile(TChar const* name, OpenMode const& mode) {
+Handle OpenFile(TChar const* name, OpenMode const& mode, bool* made) {
     NameBytes const path(name);
     bool const contradiction = mode.access == Access::kRead && mode.disposition == Disposition::kCreateAlways;
     int const refusal = contradiction ? EINVAL : path.SystemError();
-    if (refusal == 0) return OpenPath(path.Bytes(), mode);
+    if (refusal == 0) return OpenPath(path.Bytes(), mode, made);
     Fail(refusal);
     return InvalidHandle();
 }
