@@ -311,6 +311,9 @@ bool RunOnce(Scenario const& s, Fault const& fault, std::string const& held, Lis
     if (fault.error == EEXIST) codes.insert(ResNotFound);                      // what is not there is
     if (fault.kind == Fault::kCutThenFail) codes.insert(ResDiskFull);
     EXPECT_TRUE(codes.count(code) == 1);
+    std::set<int> const noNameByDescriptor{EPERM, EACCES, ENOENT, EOPNOTSUPP, ENOSYS};
+    EXPECT_TRUE(hit != Call::kGiveName || !noNameByDescriptor.count(fault.error) || !failed)
+        << "no other way was taken";
     EXPECT_TRUE(halt.empty() || s.stops || hit == Call::kAllocate)
         << halt;  // a page without memory is a stop, too
     if (w.host.IsOpen()) w.host.Close();

@@ -24,6 +24,7 @@ namespace {
 
 std::function<void()> beforeLock;  // once
 int refusal = 0;                   // of locks and removals
+int lastFlags = 0;                 // of open
 bool alwaysNamed = false;          // as on a file system without unnamed files
 
 // What the coming transfers do: move that many bytes, or fail with the error below zero. Nothing stands for as the
@@ -56,6 +57,7 @@ int __wrap_flock(int fd, int operation) {
 }
 int __real_open(char const* path, int flags, mode_t mode);
 int __wrap_open(char const* path, int flags, mode_t mode) {
+    lastFlags = flags;
     bool const refused = alwaysNamed && (flags & O_TMPFILE) == O_TMPFILE;
     return refused ? (errno = EOPNOTSUPP, -1) : __real_open(path, flags, mode);
 }
@@ -158,6 +160,7 @@ TEST(Files, WhatHappensBetweenOpeningAndLock) {
         };
         std::int64_t size = -1;
         EXPECT_TRUE(GetSize(File(dir.Name("f"), Mode(Access::kWrite, how)).handle, size));
+        EXPECT_TRUE((lastFlags & O_CREAT) != 0) << "the system's guards against planted files ask for it";
         EXPECT_EQ(size, how == Disposition::kCreateAlways ? 0 : 7);
         for (OpenMode const& theirs : {kSharedReader, kWriter}) {
             std::filesystem::remove(dir.Bytes("f"));

@@ -1,7 +1,9 @@
 // What a safe save does to each kind of target, as root and as an ordinary user.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/fs.h>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -11,6 +13,7 @@
 #include <future>
 #include <map>
 
+#include "hostfile/open_file.h"
 #include "hostfile/safe_target.h"
 #include "support/child.h"
 #include "support/temp_dir.h"
@@ -69,6 +72,27 @@ void GiveAway(char const* file) {
     EXPECT_FALSE(seteuid(0) || chown(file, 1, 1) || seteuid(me));
 }
 
+// A link to nowhere that somebody else has put where all may do so.
+void PlantLink() {
+    fs::permissions(".", fs::perms{01777});
+    fs::create_symlink("elsewhere", "file");
+    uid_t const me = geteuid();
+    EXPECT_FALSE(seteuid(0) || lchown("file", 1, 1) || seteuid(me));
+}
+
+// Where the file system knows no such directories, the target is one itself, which is refused as well.
+void TakeNoNamesAway(bool on) {
+    uid_t const me = geteuid();
+    int const directory = open(".", O_RDONLY | O_CLOEXEC);
+    int const flags = on ? FS_APPEND_FL : 0;
+    EXPECT_FALSE(seteuid(0));
+    if (ioctl(directory, FS_IOC_SETFLAGS, &flags) != 0 && on) {
+        fs::remove("file");
+        fs::create_directory("file");
+    }
+    EXPECT_FALSE(seteuid(me) || close(directory));
+}
+
 // clang-format off
 Kind const kKinds[] = {
     {"none yet", 0, Nothing, kReplaced, kReplaced},
@@ -97,6 +121,7 @@ Kind const kKinds[] = {
      },
      kReplaced, kReplaced, ResDone, "link", "sub/file"},
     {"a link to none yet", 0, [] { fs::create_symlink("file", "link"); }, kReplaced, kReplaced, ResDone, "link"},
+    {"a link that another has planted", 0, PlantLink, kRefused, kRefused},
     {"a link to itself", 0, [] { fs::create_symlink("file", "file"); }, kRefused, kRefused, ResIllegalPath},
     {"no directory", 0, Nothing, kRefused, kRefused, ResIllegalPath, "none/file", "none/file"},
     {"a directory", 0, [] { fs::create_directory("file"); }, kRefused, kRefused},
@@ -104,6 +129,7 @@ Kind const kKinds[] = {
     {"a device", 0, [] { fs::create_symlink("/dev/null", "file"); }, kPlain, kPlain},
     {"a full device", 0, [] { fs::create_symlink("/dev/full", "file"); }, kRefused, kRefused, ResDiskFull},
     {"a directory that is not to be written", 0644, [] { chmod(".", 0555); }, kReplaced, kRefused},
+    {"a directory that no name leaves", 0644, [] { TakeNoNamesAway(true); }, kRefused, kRefused},
     {"the longest name", 0644, [] { fs::rename("file", kLongName); }, kReplaced, kReplaced, ResDone,
      kLongName.c_str(), kLongName.c_str()},
     {"the longest name, and another", 0644,
@@ -141,6 +167,12 @@ void Save(Kind const& kind, std::string const& dir, Outcome outcome) {
     ino_t const inode = Info(final).st_ino;
     std::future<std::string> drained;  // what the other end of a pipe gets
     if (S_ISFIFO(Info(target).st_mode)) drained = std::async(std::launch::async, ReadWhole, target);
+    if (existed && outcome == kReplaced) {
+        SafeTarget begun(NameFromBytes(target).c_str());
+        struct stat fresh {};
+        EXPECT_EQ(fstat(platform::DescriptorOf(HandleOf(begun.File())), &fresh), 0);
+        EXPECT_EQ(fresh.st_mode & 07777u, 0600u) << "not its owner's alone before it is whole";
+    }
     VFile file(kNew.c_str());
     file.SaveSafe(NameFromBytes(target).c_str());
     EXPECT_EQ(file.res, outcome == kRefused ? kind.refusal : ResDone);
@@ -180,6 +212,10 @@ TEST(SafeSave, EveryKindOfTargetAsRootAndAsUser) {
                 return !HasFailure();
             };
             EXPECT_EQ(InChild(saves), 0);
+            fs::path const here = fs::current_path();
+            fs::current_path(dir.Path());
+            TakeNoNamesAway(false);
+            fs::current_path(here);
         }
     }
 }

@@ -447,11 +447,12 @@ public:
     /// means the old bytes or the new ones. The bytes go to a new file in the target's directory, which gets the
     /// target's mode, owner, access list and attributes, is flushed, and takes the name; links to the target are
     /// followed. A target that a new file could not stand for (it has more names, or an owner or an access list that
-    /// cannot be given) is written in place, with its old bytes beside it as NAME.~safe~N meanwhile; after a failed
-    /// write they are put back, and where that fails, or a flush failed, the copy stays: then it is what is whole. A device
-    /// or a pipe is written plainly. The cursor ends at the end, where the target could be had. ResNoPermission: the
+    /// cannot be given) is written in place, with its old bytes beside it as NAME.~old~N meanwhile, for the caller's user
+    /// alone whoever may read the target; after a failed write they are put back, and where that fails, or a flush failed,
+    /// the copy stays: then it is what is whole. docs/safe-saves.md lists what a kill can leave. A device or a pipe is
+    /// written plainly. Who holds the target to read it, as Load does meanwhile, keeps this out. The cursor ends at the end, where the target could be had. ResNoPermission: the
     /// target is held by another, or was replaced by another meanwhile, or may not be written, or its directory may
-    /// not. With a code in `res` the name means the old bytes or the copy has them; but where only the last step, the
+    /// not, or lets names be added but not removed. With a code in `res` the name means the old bytes or the copy has them; but where only the last step, the
     /// flush of the directory or the removal of the copy, has failed, the new bytes are in place.
     void SaveSafe(TChar const* name);
 

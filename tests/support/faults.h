@@ -25,7 +25,8 @@ enum class Call {
     kFlush,
     kName,          // stat, lstat, statx, access, readlink, readlinkat, unlink, symlink, mkdir
     kRename,        // renameat2
-    kLink,          // rename, linkat
+    kLink,          // rename
+    kGiveName,      // linkat
     kAskAttribute,  // access list and others are asked for
     kAttribute,     // those, owner, mode and times are set
     kDirectory,
