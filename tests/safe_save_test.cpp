@@ -170,7 +170,7 @@ void Save(Kind const& kind, std::string const& dir, Outcome outcome) {
     if (existed && outcome == kReplaced) {
         SafeTarget begun(NameFromBytes(target).c_str());
         struct stat fresh {};
-        EXPECT_EQ(fstat(platform::DescriptorOf(HandleOf(begun.File())), &fresh), 0);
+        EXPECT_EQ(fstat(DescriptorOf(HandleOf(begun.File())), &fresh), 0);
         EXPECT_EQ(fresh.st_mode & 07777u, 0600u) << "not its owner's alone before it is whole";
     }
     VFile file(kNew.c_str());

@@ -53,7 +53,7 @@ public:
     // already keeps its file (`ResCallError`). A stored failure is no obstacle; `eof` stays. A second opener
     // of a file that is held is refused with `ResNoPermission`, unless both only read by OpenSeqRead.
 
-    /// An existing file, for reading from front to back. Lets other readers in, and nobody else.
+    /// An existing file, for reading from front to back. Lets other readers in, and nobody else: it keeps writers out.
     bool OpenSeqRead(TChar const* name);
 
     /// A new file for writing from front to back, held alone. An existing one is emptied when `overwrite` is
