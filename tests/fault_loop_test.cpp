@@ -261,10 +261,11 @@ FileRes CodeOf(int error) {
 }
 
 // A listing but for what may be left: the copy of the old bytes where a flush in place of a safe save failed, or anything
-// where nothing can be removed any more.
-// Nor is a new file removed, which is empty then, by one who can never learn what it holds open.
+// where nothing can be removed any more, or by one who can never learn what it holds open: then a new file stays, too,
+// which is empty.
 Listing WithoutLeftover(Listing listing, bool nothingIsRemoved, bool nothingIsKnown) {
-    for (char const* const name : {"target.~old~1", "target.~new~1", "target.~part~1"}) {
+    for (char const* const name :
+         {"target.~old~1", "target.~new~1", "target.~part~1", "source.~new~1", "source.~part~1"}) {
         auto const left = listing.find(name);
         bool const whole =
             left != listing.end() && name == std::string_view("target.~old~1") && left->second == "old";
