@@ -10,7 +10,7 @@ namespace vfile {
 
 namespace {
 
-using Form = platform::AnsiCharset::Form;
+using CharsetForm = platform::AnsiCharset::Form;
 
 constexpr std::size_t kUnits = 0x10000;
 
@@ -78,16 +78,16 @@ Converted Decoder::Decode(char const* src, std::size_t len, bool last, TChar* ds
         bool const odd = len - count * sizeof *dst == 1;
         return {odd && last ? len : count * sizeof *dst, count};
     }
-    if (encoding == TCharVFile::EncodingUtf8 || charset.GetForm() == Form::kUtf8)
+    if (encoding == TCharVFile::EncodingUtf8 || charset.GetForm() == CharsetForm::kUtf8)
         return UnitsOfUtf8(src, len, last, dst, room);
-    if (charset.GetForm() == Form::kTable) return UnitsByTable(src, len, charset.Units(), dst, room);
+    if (charset.GetForm() == CharsetForm::kTable) return UnitsByTable(src, len, charset.Units(), dst, room);
     return charset.ToUnits(src, len, last, dst, room);
 }
 
 FileRes Encoder::Open() {
     if (encoding != TCharVFile::EncodingAnsi) return ResDone;
     if (!charset.OpenOfLocale()) return GetFileRes();
-    if (charset.GetForm() != Form::kTable) return ResDone;
+    if (charset.GetForm() != CharsetForm::kTable) return ResDone;
     bytes.reset(new (std::nothrow) char[kUnits]);
     if (!bytes) return ResHeapOverflow;
     std::memset(bytes.get(), '?', kUnits);
@@ -105,8 +105,8 @@ Converted Encoder::Encode(TChar const* src, std::size_t len, bool last, char* ds
         SwapCopy(src, count, dst);
         return {count, count * sizeof *src};
     }
-    if (charset.GetForm() == Form::kUtf8) return Utf8OfUnits(src, len, last, dst, room, U'?');
-    if (charset.GetForm() == Form::kSystem) return charset.FromUnits(src, len, last, dst, room);
+    if (charset.GetForm() == CharsetForm::kUtf8) return Utf8OfUnits(src, len, last, dst, room, U'?');
+    if (charset.GetForm() == CharsetForm::kSystem) return charset.FromUnits(src, len, last, dst, room);
     std::size_t const count = std::min(len, room);
     for (std::size_t i = 0; i < count; ++i) dst[i] = bytes[src[i]];
     return {count, count};
