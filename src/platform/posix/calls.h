@@ -1,6 +1,7 @@
 // What every call into the system shares.
 #pragma once
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <cerrno>
@@ -16,6 +17,12 @@ auto Repeated(Call call) {
         auto const result = call();
         if (result != -1 || errno != EINTR) return result;
     }
+}
+
+// Whether anything bears the name, be it a link that leads nowhere.
+inline bool IsTaken(char const* path) {
+    struct stat info;
+    return lstat(path, &info) == 0;
 }
 
 }  // namespace vfile::platform

@@ -98,11 +98,6 @@ bool Move(Held const& source, char const* from, Arrival& target, TChar const* to
     return true;
 }
 
-bool IsTaken(char const* path) {
-    struct stat info;
-    return lstat(path, &info) == 0;
-}
-
 }  // namespace
 
 bool MoveFile(TChar const* from, TChar const* to, struct stat const& info) {

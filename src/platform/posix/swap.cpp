@@ -1,5 +1,4 @@
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/platform.h"
@@ -27,11 +26,6 @@ int OpenAndUnlink(char const* path) {
     close(descriptor);
     errno = reason;
     return -1;
-}
-
-bool IsTaken(char const* path) {
-    struct stat info;
-    return lstat(path, &info) == 0;
 }
 
 }  // namespace
