@@ -81,9 +81,9 @@ void PlantLink() {
 }
 
 // Where the file system knows no such directories, the target is one itself, which is refused as well.
-void TakeNoNamesAway(bool on) {
+void KeepNames(std::string const& dir, bool on) {
     uid_t const me = geteuid();
-    int const directory = open(".", O_RDONLY | O_CLOEXEC);
+    int const directory = open(dir.c_str(), O_RDONLY | O_CLOEXEC);
     int const flags = on ? FS_APPEND_FL : 0;
     EXPECT_FALSE(seteuid(0));
     if (ioctl(directory, FS_IOC_SETFLAGS, &flags) != 0 && on) {
@@ -129,7 +129,7 @@ Kind const kKinds[] = {
     {"a device", 0, [] { fs::create_symlink("/dev/null", "file"); }, kPlain, kPlain},
     {"a full device", 0, [] { fs::create_symlink("/dev/full", "file"); }, kRefused, kRefused, ResDiskFull},
     {"a directory that is not to be written", 0644, [] { chmod(".", 0555); }, kReplaced, kRefused},
-    {"a directory that no name leaves", 0644, [] { TakeNoNamesAway(true); }, kRefused, kRefused},
+    {"a directory that no name leaves", 0644, [] { KeepNames(".", true); }, kRefused, kRefused},
     {"the longest name", 0644, [] { fs::rename("file", kLongName); }, kReplaced, kReplaced, ResDone,
      kLongName.c_str(), kLongName.c_str()},
     {"the longest name, and another", 0644,
@@ -212,10 +212,7 @@ TEST(SafeSave, EveryKindOfTargetAsRootAndAsUser) {
                 return !HasFailure();
             };
             EXPECT_EQ(InChild(saves), 0);
-            fs::path const here = fs::current_path();
-            fs::current_path(dir.Path());
-            TakeNoNamesAway(false);
-            fs::current_path(here);
+            KeepNames(dir.Path().string(), false);
         }
     }
 }
