@@ -47,18 +47,18 @@ constexpr struct {
     {1006, ResIllegalFile    }, // file invalid
 };
 
-constexpr TChar const* kWords[] = {
+constexpr TChar const* kResultWords[] = {
     u"done",           u"not done",       u"call error",        u"context error",  u"read only",
     u"heap overflow",  u"already exists", u"already open",      u"illegal drive",  u"illegal path",
     u"illegal name",   u"illegal file",   u"unknown drive",     u"unknown path",   u"not found",
     u"disk full",      u"too long",       u"no permission",     u"not supported",  u"not implemented",
     u"too many files", u"device off",     u"disk parity error", u"hardware error", u"network error",
 };
-static_assert(std::size(kWords) == ResNetworkError + 1);
+static_assert(std::size(kResultWords) == ResNetworkError + 1);
 
-bool IsNamed(FileRes res) { return static_cast<std::uint32_t>(res) < std::size(kWords); }
+bool IsNamed(FileRes res) { return static_cast<std::uint32_t>(res) < std::size(kResultWords); }
 
-TChar const* WordOf(FileRes res) { return IsNamed(res) ? kWords[res] : u"unknown error code"; }
+TChar const* WordOf(FileRes res) { return IsNamed(res) ? kResultWords[res] : u"unknown error code"; }
 
 }  // namespace
 
