@@ -65,14 +65,14 @@ std::vector<Job> Jobs(std::int64_t bytes) {
           {"vis", Vis("text", "#" + middle + " i/X/")},
           {"cp (changes nothing)", "cp text out", false}}            },
         {"replace all",
-         {{"vfile", ours + " replace text " + word + " " + longer + " -o out >/dev/null"},
+         {{"vfile", ours + " replace " + word + " " + longer + " text -o out >/dev/null"},
           {"sed", "sed s/" + word + "/" + longer + "/g text >out"},
           {"vim", Vim("text", "-b", "-c '%s/" + word + "/" + longer + "/ge'")},
           {"emacs", Emacs("text", "(while (search-forward \"" + word + "\" nil t) (replace-match \"" +
                                       longer + "\" t t))")},
           {"vis", Vis("text", ",x/" + word + "/ c/" + longer + "/")}}},
         {"count a word",
-         {{"vfile", ours + " find --count text " + rare + " >out"},
+         {{"vfile", ours + " find --count " + rare + " text >out"},
           {"grep", "grep -c -F " + rare + " text >out"},
           {"vim",
            "vim -u NONE -i NONE -n -b -es -c 'redir > out' -c '%s/" + rare +

@@ -70,9 +70,9 @@ same 'tail -c +4097 big | head -c 1048576' '$vfile cut big --at 4k --len 1M'
 same 'printf "hello"' 'cp small s && $vfile delete s --at 5 --len 6 -o s && cat s'
 same 'printf "hello" | tee s2' 'cp small s && ln -sf s sl && $vfile delete sl --at 5 --len 6 --in-place && cat s && [[ -L sl ]]'
 same 'echo 1; printf "hELLo" | iconv -t UTF-16LE' '
-    cp s2 s && $vfile replace s ell ELL --in-place && $vfile convert s --in-place --to utf-16 --no-bom && cat s'
+    cp s2 s && $vfile replace ell ELL s --in-place && $vfile convert s --in-place --to utf-16 --no-bom && cat s'
 same 'echo 1; printf "hELLo" | iconv -t UTF-16LE' '
-    printf hello | iconv -t UTF-16LE >s; $vfile replace s --text --encoding utf-16 ell ELL --in-place; cat s'
+    printf hello | iconv -t UTF-16LE >s; $vfile replace --text --encoding utf-16 ell ELL s --in-place; cat s'
 fails 'vfile: *--in-place is wanted*' '$vfile insert small --at 0 --text x'
 fails 'vfile: *--in-place is wanted*' '$vfile convert small out --to utf-8 --in-place'
 fails 'vfile: *standard input has no place*' '$vfile delete - --at 0 --len 1 --in-place <small'
@@ -93,42 +93,42 @@ for pattern in cat CAT concat 39999 ' ' '      1' 'cats '; do
         # grep tells the line and the byte of a match, awk the byte at which that line starts.
         same "awk '{ print NR \":\" at; at += length + 1 }' text >starts
             grep -nbo $flags -F -- '$pattern' text | awk -F: 'NR == FNR { at[\$1] = \$2; next }
-                { print \$2 \":\" \$1 \":\" \$2 - at[\$1] + 1 }' starts - | tee all" "\$vfile find $flags text '$pattern' || [[ ! -s want ]]"
+                { print \$2 \":\" \$1 \":\" \$2 - at[\$1] + 1 }' starts - | tee all" "\$vfile find $flags '$pattern' text || [[ ! -s want ]]"
         [[ -s all ]] || continue
-        same 'tac all' "\$vfile find text '$pattern' --back $flags --cache 9"
-        same 'wc -l <all' "\$vfile find --count $flags text '$pattern'"
+        same 'tac all' "\$vfile find '$pattern' text --back $flags --cache 9"
+        same 'wc -l <all' "\$vfile find --count $flags '$pattern' text"
         [[ $flags == *w ]] && continue
-        same 'wc -l <all' "\$vfile replace $flags text '$pattern' 'a tiger' -o changed"
+        same 'wc -l <all' "\$vfile replace $flags '$pattern' 'a tiger' text -o changed"
         same "sed 's/$pattern/a tiger/g${flags:+I}' text" 'cat changed'
     done
 done
-same 'awk -F: "\$1 >= 307200" all' '$vfile find text "cats " -iw --from 300k'
-same 'awk -F: "\$1 + 5 <= 307200" all | tac' '$vfile find text "cats " -iw --from 300k --back'
-same 'tr "\n" "\t" <text' '$vfile replace text -e "\n" "\x09" -o - 2>count'
+same 'awk -F: "\$1 >= 307200" all' '$vfile find "cats " text -iw --from 300k'
+same 'awk -F: "\$1 + 5 <= 307200" all | tac' '$vfile find "cats " text -iw --from 300k --back'
+same 'tr "\n" "\t" <text' '$vfile replace -e "\n" "\x09" text -o - 2>count'
 same 'wc -l <text' 'cat count'
-same 'sed "s/\$/\r/" text' '$vfile replace -e text "\n" "\r\n" -o - 2>count'
-same 'printf "1:1:2\n"' '$vfile find mixed -e "\r\n"'
-same 'printf "10:5:1\n3:2:1\n"' '$vfile find mixed --back -i BCD >x; $vfile find mixed fg; cat x'
-same 'printf "\\\\"' 'printf x >x; $vfile replace -e x x "\\\\" -o - 2>count'
+same 'sed "s/\$/\r/" text' '$vfile replace -e "\n" "\r\n" text -o - 2>count'
+same 'printf "1:1:2\n"' '$vfile find -e "\r\n" mixed'
+same 'printf "10:5:1\n3:2:1\n"' '$vfile find BCD mixed --back -i >x; $vfile find fg mixed; cat x'
+same 'printf "\\\\"' 'printf x >x; $vfile replace -e x "\\\\" x -o - 2>count'
 for range in 1 2..5 39999..40000 40000..70000 7000..25000; do
     same "sed -n ${range/../,}p text" "\$vfile lines text $range"
 done
 same 'printf "bcd\re\n"' '$vfile lines mixed 2..3'
 nothing '' '$vfile lines text 40001'
 nothing '' '$vfile lines empty 1'
-nothing '' '$vfile find text dog'
-nothing 0 '$vfile find text dog --count'
-nothing '' '$vfile find text cat --from 1g'
-same 'cat text; echo 0' '$vfile replace text dog cat -o out >x; cat out x'
+nothing '' '$vfile find dog text'
+nothing 0 '$vfile find dog text --count'
+nothing '' '$vfile find cat text --from 1g'
+same 'cat text; echo 0' '$vfile replace dog cat text -o out >x; cat out x'
 
 same 'printf "many/.cat:1:1:2\nmany/a.txt:0:1:1\nmany/b.txt:2:2:1\n"' \
     'mkdir many many/d.txt && cd many && printf cat >a.txt && printf "x\ncat" >b.txt && printf dog >c.txt && printf "\140cat" >.cat
-        cd .. && $vfile find "many/*" cat'
-same 'printf "many/a.txt:1\nmany/b.txt:1\nmany/c.txt:0\n"' '$vfile find "many/?.txt" cat --count'
-same 'printf "0:1:1\n"' '$vfile find "many/a*" cat; printf cat >"many/*"'
-same 'printf "0:1:1\n"' '$vfile find "many/*" cat'
-nothing '' '$vfile find "many/c*" cat'
-fails 'vfile: many/z\*: not found' '$vfile find "many/z*" cat'
+        cd .. && $vfile find cat "many/*"'
+same 'printf "many/a.txt:1\nmany/b.txt:1\nmany/c.txt:0\n"' '$vfile find cat "many/?.txt" --count'
+same 'printf "0:1:1\n"' '$vfile find cat "many/a*"; printf cat >"many/*"'
+same 'printf "0:1:1\n"' '$vfile find cat "many/*"'
+nothing '' '$vfile find cat "many/c*"'
+fails 'vfile: many/z\*: not found' '$vfile find cat "many/z*"'
 (
     cd many && printf data >notes.txt && chmod 640 notes.txt
     for _ in {0..99}; do $vfile backup notes.txt; done >made
@@ -150,18 +150,18 @@ for enc in utf-8 utf-16 utf-16be; do
     [[ $enc == utf-8 ]] || same 'cat marked' '$vfile convert u8 default --from utf-8 --to '$enc'; cat default'
     same 'cat u8' '$vfile convert plain back --from '$enc' --to utf-8; cat back'
     same '{ printf "\xEF\xBB\xBF"; sed "s/\xC3\x9Fe/x/" u8; } | iconv -f UTF-8 -t '$raw \
-        '$vfile replace --text marked $(printf "\xC3\x9Fe") x -o changed >count; cat changed'
+        '$vfile replace --text $(printf "\xC3\x9Fe") x marked -o changed >count; cat changed'
     same 'echo 1' 'cat count'
     # Places are counted in UTF-16 units: the last character of the first line takes two.
-    same 'printf "8:1:9\n11:2:1\n"' '$vfile find --text marked $(printf "\360\237\230\200"); $vfile find --text marked END -i'
-    same 'printf "3:1:4\n7:1:8\n"' '$vfile find --text --encoding '$enc' plain -e "\\xC3\\x9F"; $vfile find --text --encoding '$enc' plain " " --from 6'
-    same 'sed "s/end/END/" u8 | iconv -f UTF-8 -t '$raw '$vfile replace --text --encoding '$enc' plain end END -o changed >count; cat changed'
+    same 'printf "8:1:9\n11:2:1\n"' '$vfile find --text $(printf "\360\237\230\200") marked; $vfile find --text END marked -i'
+    same 'printf "3:1:4\n7:1:8\n"' '$vfile find --text --encoding '$enc' -e "\\xC3\\x9F" plain; $vfile find --text --encoding '$enc' " " plain --from 6'
+    same 'sed "s/end/END/" u8 | iconv -f UTF-8 -t '$raw '$vfile replace --text --encoding '$enc' end END plain -o changed >count; cat changed'
 done
-same 'printf "m1:4:2:2\nm1:0:1:1\nm2:1:1:2\n"' 'printf "\377\376a\0\r\0\n\0b\0a\0" >m1; printf "\357\273\277xa" >m2; $vfile find --text "m?" a --back'
+same 'printf "m1:4:2:2\nm1:0:1:1\nm2:1:1:2\n"' 'printf "\377\376a\0\r\0\n\0b\0a\0" >m1; printf "\357\273\277xa" >m2; $vfile find --text a "m?" --back'
 fails "vfile: text is read from files*" '$vfile find --text - x <u8'
 same 'printf "Gr\xFC\xDFe \x80 ??\nend\n"' 'LC_ALL=C $vfile convert u8 ansi --from utf-8 --to ansi; cat ansi'
 printf 'ab\0c' >zero
-for command in 'convert zero --in-place --to utf-16' 'replace zero --text --encoding utf-8 a x --in-place' 'find zero --text a'; do
+for command in 'convert zero --in-place --to utf-16' 'replace --text --encoding utf-8 a x zero --in-place' 'find --text a zero'; do
     fails 'vfile: zero: no text: a zero byte at 2' "\$vfile $command"
     same 'printf "ab\0c"' 'cat zero'
 done
@@ -175,10 +175,10 @@ for out in out2 to2; do
     same 'echo to2' 'echo *o*2*'
 done
 fails 'vfile: missing: not found' '$vfile info missing'
-fails 'vfile: missing: not found' '$vfile find missing x'
-fails 'vfile: standard output: disk full' '$vfile find text cat >/dev/full'
-fails 'vfile: standard output: disk full' '$vfile find text dog --count >/dev/full'
-fails 'vfile: folder: no permission' '$vfile replace text cat dog -o folder'
+fails 'vfile: missing: not found' '$vfile find dog missing'
+fails 'vfile: standard output: disk full' '$vfile find cat text >/dev/full'
+fails 'vfile: standard output: disk full' '$vfile find dog text --count >/dev/full'
+fails 'vfile: folder: no permission' '$vfile replace cat dog text -o folder'
 fails 'vfile: missing: not found' '$vfile insert small --from missing --at 0 -o -'
 fails 'vfile: no/such: illegal path' '$vfile info no/such'
 fails 'vfile: small/x: unknown path' '$vfile info small/x'
@@ -199,9 +199,9 @@ for usage in '' bogus info 'info small small' 'cut small --at 1' 'cut small --at
     'cut small --at 1x --len 2' 'cut small --at "" --len 2' 'cut small --at k --len 2' 'cut small --at 1kk --len 2' \
     'insert small --at 0 -o out' 'insert small --at 0 --text a --from small -o out' 'insert small --at 0 --text a' \
     'insert - --at 0 --from - -o out' '--cache -1 info small' '--cache 32768 info small' '--tmp small info small' \
-    'info small --bogus' 'find small' 'find small ""' 'find small -e "\\x00"' 'find small -e "\\xg0"' 'find small -e "a\\"' \
-    'find small -e "\\q"' 'find small x --from -1' 'find small x --encoding utf-8' 'find --text small x --encoding latin' 'replace small x -o out' 'replace small x y' 'replace small "" y -o out' \
-    'replace small x "\\x00" -e -o out' 'lines small' 'lines small 0' 'lines small 3..2' 'lines small 1..' 'lines small -1'; do
+    'info small --bogus' 'find small' 'find "" small' 'find -e "\\xg0" small' 'find -e "a\\" small' \
+    'find -e "\\q" small' 'find x small --from -1' 'find x small --encoding utf-8' 'find --text x small --encoding latin' 'replace x small -o out' 'replace x y small' 'replace "" y small -o out' \
+    'lines small' 'lines small 0' 'lines small 3..2' 'lines small 1..' 'lines small -1'; do
     rm -f out
     fails 'vfile: ?*' "\$vfile $usage </dev/null"
     [[ ! -e out ]] || wrong "$usage" "made a file"

@@ -26,7 +26,7 @@ fresh() {
 }
 
 # save: what is done to it. The swap file is needed from 100 KB on.
-save() { "$@" "$vfile" --cache 70 --tmp "$work/swap" replace "$work/home/file" harbor lighthaus --in-place; }
+save() { "$@" "$vfile" --cache 70 --tmp "$work/swap" replace harbor lighthaus "$work/home/file" --in-place; }
 
 # whole [LINK]: the file is the old one or the new one; with a second name at least a copy beside it is. No more than one
 # name is left over, which holds what it tells, and no swap file.

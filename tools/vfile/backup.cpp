@@ -37,6 +37,7 @@ int Backup(Options const& options) {
     }
     TString const file = NameFromBytes(options.file);
     BackupName backup(file.c_str());
+    Step const copying;
     FileRes code = ResAlreadyExists;
     while (code == ResAlreadyExists) {
         if (!backup.Next()) {
@@ -50,6 +51,7 @@ int Backup(Options const& options) {
         ReportFailure(isThere ? options.file + " to " + BytesFromName(backup.Name()) : options.file, code);
         return kFailed;
     }
+    copying.Tell("copied " + options.file);
     return WriteToStandardOutput(BytesFromName(backup.Name()) + "\n") ? kDone : kFailed;
 }
 

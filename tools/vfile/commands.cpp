@@ -12,6 +12,8 @@
 #include "exit_status.h"
 #include "line_counter.h"
 #include "marks.h"
+#include "process.h"
+#include "progress.h"
 #include "report.h"
 #include "search.h"
 #include "streams.h"
@@ -25,13 +27,19 @@ int StatusOf(bool done) { return done ? kDone : kFailed; }
 void Apply(Options const& options) {
     if (options.cacheKilobytes) VFile::SetMaxCacheSize(*options.cacheKilobytes);
     if (!options.tempDir.empty()) VFile::SetTempDir(NameFromBytes(options.tempDir).c_str());
+    SetVoice(options.voice);
 }
 
 // A last line without an end counts, an empty one behind the last line end does not.
 void TellLines(std::string& answer, VFile& file) {
     using Counter = LineCounter<VFile>;
     Counter counter(file);
-    counter.GoTo(file.Length());
+    Progress progress("counting", file.Length());
+    for (std::int32_t at = 0; at < file.Length();) {
+        at += std::min(kPiece, file.Length() - at);
+        counter.GoTo(at);
+        progress.Show(at);
+    }
     std::int32_t const ended = counter.Line() - 1;
     answer += "lines    " + std::to_string(counter.LineStart() < file.Length() ? ended + 1 : ended) + "\n";
     if (ended > 0) {
@@ -70,16 +78,29 @@ int Cut(Options const& options) {
     return StatusOf(WriteToStandardOutput(file, options.len));
 }
 
-// Saves `file` unless the change before has failed.
+// Reads the file, whose changes are noticed from then on.
+bool ReadToChange(VFile& file, Options const& options) {
+    if (!ReadAll(file, options.file)) return false;
+    file.InclFlag(VFile::TrackModified);
+    return true;
+}
+
+// Saves `file` unless the change before has failed, or would be saved where it came from and was none.
 int SaveChanged(VFile& file, Options const& options) {
-    if (file.res == ResDone) return StatusOf(WriteAll(file, options.output));
-    ReportFailure(options.file, file.res);
-    return kFailed;
+    if (file.res != ResDone) {
+        ReportFailure(options.file, file.res);
+        return kFailed;
+    }
+    if (options.inPlace && !file.FlagOn(VFile::Modified)) {
+        TellUntouched(options.file);
+        return kDone;
+    }
+    return StatusOf(WriteAll(file, options.output));
 }
 
 int Insert(Options const& options) {
     VFile file;
-    if (!ReadAll(file, options.file)) return kFailed;
+    if (!ReadToChange(file, options)) return kFailed;
     file.SetPos(options.at);
     if (options.from) {
         if (!ReadAll(file, *options.from)) return kFailed;
@@ -92,7 +113,7 @@ int Insert(Options const& options) {
 
 int Delete(Options const& options) {
     VFile file;
-    if (!ReadAll(file, options.file)) return kFailed;
+    if (!ReadToChange(file, options)) return kFailed;
     file.ReplaceBuf(options.at, options.len, nullptr, 0);
     return SaveChanged(file, options);
 }
@@ -100,7 +121,7 @@ int Delete(Options const& options) {
 // Gives the number of matches, nothing when it failed.
 std::optional<std::int32_t> ReplaceBytes(Options const& options) {
     VFile file;
-    if (!ReadAll(file, options.file)) return std::nullopt;
+    if (!ReadToChange(file, options)) return std::nullopt;
     std::int32_t const count = file.ReplaceGlobal(options.pattern.c_str(), options.replacement.c_str(),
                                                   options.ignoreCase, options.wholeWord);
     if (SaveChanged(file, options) != kDone) return std::nullopt;
@@ -112,6 +133,7 @@ std::optional<std::int32_t> ReplaceText(Options const& options) {
     TCharVFile text;
     auto const form = ReadText(text, options.file, options.fromEncoding);
     if (!form) return std::nullopt;
+    text.InclFlag(TCharVFile::TrackModified);
     std::int32_t const count = text.ReplaceGlobalTChars(NameFromBytes(options.pattern).c_str(),
                                                         NameFromBytes(options.replacement).c_str(),
                                                         options.ignoreCase, options.wholeWord);
@@ -119,7 +141,10 @@ std::optional<std::int32_t> ReplaceText(Options const& options) {
         ReportFailure(options.file, text.res);
         return std::nullopt;
     }
-    if (!WriteText(text, options.output, *form)) return std::nullopt;
+    if (options.inPlace && !text.FlagOn(TCharVFile::Modified))
+        TellUntouched(options.file);
+    else if (!WriteText(text, options.output, *form))
+        return std::nullopt;
     return count;
 }
 
@@ -127,6 +152,7 @@ std::optional<std::int32_t> ReplaceText(Options const& options) {
 int Replace(Options const& options) {
     auto const count = options.asText ? ReplaceText(options) : ReplaceBytes(options);
     if (!count) return kFailed;
+    if (CurrentVoice() == Voice::kQuiet) return kDone;
     std::string const answer = std::to_string(*count) + "\n";
     if (options.output != kStandardStream) return StatusOf(WriteToStandardOutput(answer));
     std::fputs(answer.c_str(), stderr);
@@ -152,10 +178,7 @@ int Lines(Options const& options) {
     return StatusOf(WriteToStandardOutput(file, end - start));
 }
 
-}  // namespace
-
-int Run(Options const& options) {
-    Apply(options);
+int RunCommand(Options const& options) {
     switch (options.command) {
         case Options::Command::kBackup:
             return Backup(options);
@@ -177,6 +200,24 @@ int Run(Options const& options) {
             break;
     }
     return Delete(options);
+}
+
+// A file lives on beside those of the command, so that the memory they shared is still there to be looked at.
+int RunAndTellMemory(Options const& options) {
+    VFile const witness;
+    Step const all;
+    std::int64_t const before = BytesWithoutName();
+    int const status = RunCommand(options);
+    all.Tell("in all: cache " + std::to_string(VFile::GetCacheSize()) + " KB, swap file " +
+             std::to_string((BytesWithoutName() - before) / 1024) + " KB");
+    return status;
+}
+
+}  // namespace
+
+int Run(Options const& options) {
+    Apply(options);
+    return options.voice == Voice::kVerbose ? RunAndTellMemory(options) : RunCommand(options);
 }
 
 }  // namespace vfile::tool

@@ -3,6 +3,7 @@
 #include <vfile.h>
 
 #include "exit_status.h"
+#include "report.h"
 #include "text_files.h"
 
 namespace vfile::tool {
@@ -10,11 +11,14 @@ namespace vfile::tool {
 // Where nothing is said, UTF-16 gets its mark, by which others know it; UTF-8 gets none.
 int Convert(Options const& options) {
     TCharVFile text;
-    bool const utf16 =
-        options.toEncoding == TCharVFile::EncodingUtf16 || options.toEncoding == TCharVFile::EncodingUtf16BE;
-    bool const done = ReadText(text, options.file, options.fromEncoding) &&
-                      WriteText(text, options.output, {options.toEncoding, options.mark.value_or(utf16)});
-    return done ? kDone : kFailed;
+    auto const was = ReadText(text, options.file, options.fromEncoding);
+    if (!was) return kFailed;
+    TextForm const form{options.toEncoding, options.mark.value_or(IsUtf16(options.toEncoding))};
+    if (options.inPlace && Holds(options.file, *was, text, form)) {
+        TellUntouched(options.file);
+        return kDone;
+    }
+    return WriteText(text, options.output, form) ? kDone : kFailed;
 }
 
 }  // namespace vfile::tool

@@ -7,8 +7,8 @@
 
 namespace vfile::tool {
 
-// `text` with \n, \r, \t, \\ and \xHH made the bytes that they stand for. Nothing when it has any other backslash,
-// or a zero byte, which no pattern can hold.
+// `text` with \n, \r, \t, \\ and \xHH made the bytes that they stand for, zero bytes too. Nothing when it has any
+// other backslash.
 std::optional<std::string> Unescaped(std::string_view text);
 
 }  // namespace vfile::tool

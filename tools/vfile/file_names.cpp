@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "streams.h"
+
 namespace vfile::tool {
 
 // The names come back whole, and are shown as the user began them.
@@ -22,6 +24,10 @@ std::vector<std::string> FilesOf(std::string const& given) {
     }
     std::sort(files.begin(), files.end());
     return files.empty() ? std::vector{given} : files;
+}
+
+bool IsFile(std::string const& given) {
+    return given == kStandardStream || HFile::Exists(NameFromBytes(FilesOf(given).front()).c_str());
 }
 
 }  // namespace vfile::tool

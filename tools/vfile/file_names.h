@@ -10,4 +10,7 @@ namespace vfile::tool {
 // names and without directories; else `given` alone.
 std::vector<std::string> FilesOf(std::string const& given);
 
+// Whether there is any, standard input included.
+bool IsFile(std::string const& given);
+
 }  // namespace vfile::tool

@@ -10,6 +10,7 @@
 
 #include "escapes.h"
 #include "exit_status.h"
+#include "file_names.h"
 #include "report.h"
 #include "streams.h"
 #include "text_files.h"
@@ -56,27 +57,33 @@ bool ParseLines(std::string const& text, std::int32_t& first, std::int32_t& last
     return first > 0 && (one || ParseSize(text.substr(dots + 2), last)) && last >= first;
 }
 
-// Escapes are undone when all options are known.
-void AddSearch(CLI::App& app, Options& options) {
+void AddPattern(CLI::App& app, Options& options) {
     app.add_option("PATTERN", options.pattern, "the bytes to find")->required()->type_name("");
+}
+
+void AddSearch(CLI::App& app, Options& options) {
     app.add_flag("-i,--ignore-case", options.ignoreCase, "take A to Z and a to z as equal");
     app.add_flag("-w,--whole-word", options.wholeWord, "only where no letter or digit stands next to it");
 }
 
-void AddEscapes(CLI::App& app, Options& options) {
-    auto const undo = [&options](std::int64_t) {
-        for (std::string* const text : {&options.pattern, &options.replacement}) {
-            auto bytes = Unescaped(*text);
-            if (!bytes) throw CLI::ValidationError("--escapes", "'" + *text + "' has a bad escape");
-            *text = std::move(*bytes);
-        }
-    };
-    app.add_flag_function("-e,--escapes", undo,
-                          "\\n, \\r, \\t, \\xHH and \\\\ stand for the bytes they name");
+CLI::Option& AddEscapes(CLI::App& app, bool& escapes) {
+    return *app.add_flag("-e,--escapes", escapes,
+                         "\\n, \\r, \\t, \\xHH and \\\\ stand for the bytes they name");
 }
 
 void AddFile(CLI::App& app, Options& options) {
     app.add_option("FILE", options.file, "the file to read, - for standard input")->required()->type_name("");
+}
+
+// Each argument is a name as it stands: where one that takes a list may have more, "[a,b]" is taken for a list.
+void AddFiles(CLI::App& app, Options& options) {
+    constexpr int kAny = CLI::detail::expected_max_vector_size;
+    app.add_option("FILE", options.files, "the files to read, - for standard input; * and ? in the last part")
+        ->required()
+        ->expected(kAny, kAny)
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->type_name("");
 }
 
 void AddInPlace(CLI::App& app, Options& options) {
@@ -91,12 +98,19 @@ void AddOutput(CLI::App& app, Options& options) {
     AddInPlace(app, options);
 }
 
-CLI::App& AddCommand(CLI::App& app, Options& options, char const* name, Options::Command command,
-                     char const* help) {
+CLI::App& AddSubcommand(CLI::App& app, Options& options, char const* name, Options::Command command,
+                        char const* help) {
     CLI::App* const sub = app.add_subcommand(name, help);
     sub->callback([&options, command] { options.command = command; });
-    AddFile(*sub, options);
     return *sub;
+}
+
+// One that begins with its file.
+CLI::App& AddCommand(CLI::App& app, Options& options, char const* name, Options::Command command,
+                     char const* help) {
+    CLI::App& sub = AddSubcommand(app, options, name, command, help);
+    AddFile(sub, options);
+    return sub;
 }
 
 CLI::Option& AddEncoding(CLI::App& app, char const* flag, std::optional<Encoding>& encoding,
@@ -138,6 +152,36 @@ void AddConvert(CLI::App& app, Options& options) {
         "begin OUT with the encoding's mark, or do not; else utf-16 and utf-16be have one");
 }
 
+void AddFind(CLI::App& app, Options& options) {
+    CLI::App& find = AddSubcommand(
+        app, options, "find", Options::Command::kFind,
+        "Print where a pattern stands, as POSITION:LINE:COLUMN, each match on a line of its own; where\n"
+        "there are several files, their names come first");
+    AddPattern(find, options);
+    AddFiles(find, options);
+    AddSearch(find, options);
+    AddEscapes(find, options.escapes);
+    AddText(find, options);
+    find.add_flag("--back", options.back, "search backward, from the end");
+    find.add_flag("--count", options.count, "print the number of matches alone");
+    auto const start = [&options](std::string const& given) {
+        if (!ParseSize(given, options.start.emplace())) throw CLI::ConversionError(given, "--from");
+    };
+    find.add_option_function<std::string>("--from", start, "where to begin instead")->type_name("BYTES");
+}
+
+void AddReplace(CLI::App& app, Options& options) {
+    CLI::App& replace = AddSubcommand(app, options, "replace", Options::Command::kReplace,
+                                      "Replace all matches of a pattern, and print their number");
+    AddPattern(replace, options);
+    replace.add_option("REPLACEMENT", options.replacement, "what takes its place")->required()->type_name("");
+    AddFile(replace, options);
+    AddSearch(replace, options);
+    AddEscapes(replace, options.escapes);
+    AddText(replace, options);
+    AddOutput(replace, options);
+}
+
 void AddCommands(CLI::App& app, Options& options) {
     using Command = Options::Command;
     AddCommand(app, options, "info", Command::kInfo,
@@ -157,9 +201,11 @@ void AddCommands(CLI::App& app, Options& options) {
         AddCommand(app, options, "insert", Command::kInsert, "Insert a text or a file into a file");
     AddSize(insert, "--at", options.at, "where to insert");
     CLI::Option_group* const source = insert.add_option_group("source", "What to insert");
-    source->add_option("--text", options.text, "this text, byte for byte")->type_name("TEXT");
+    CLI::Option* const text =
+        source->add_option("--text", options.text, "this text, byte for byte")->type_name("TEXT");
     source->add_option("--from", options.from, "all of this file, - for standard input")->type_name("FILE");
     source->require_option(1);
+    AddEscapes(insert, options.escapes).needs(text);
     AddOutput(insert, options);
 
     CLI::App& del = AddCommand(app, options, "delete", Command::kDelete, "Delete a range of a file");
@@ -167,27 +213,8 @@ void AddCommands(CLI::App& app, Options& options) {
     AddSize(del, "--len", options.len, "how long it is");
     AddOutput(del, options);
 
-    CLI::App& find = AddCommand(
-        app, options, "find", Command::kFind,
-        "Print where a pattern stands, as POSITION:LINE:COLUMN, each match on a line of its own; FILE\n"
-        "may have * and ? in its name for several files, whose names then come first");
-    AddSearch(find, options);
-    AddEscapes(find, options);
-    AddText(find, options);
-    find.add_flag("--back", options.back, "search backward, from the end");
-    find.add_flag("--count", options.count, "print the number of matches alone");
-    auto const start = [&options](std::string const& given) {
-        if (!ParseSize(given, options.start.emplace())) throw CLI::ConversionError(given, "--from");
-    };
-    find.add_option_function<std::string>("--from", start, "where to begin instead")->type_name("BYTES");
-
-    CLI::App& replace = AddCommand(app, options, "replace", Command::kReplace,
-                                   "Replace all matches of a pattern, and print their number");
-    AddSearch(replace, options);
-    replace.add_option("REPLACEMENT", options.replacement, "what takes its place")->required()->type_name("");
-    AddEscapes(replace, options);
-    AddText(replace, options);
-    AddOutput(replace, options);
+    AddFind(app, options);
+    AddReplace(app, options);
 
     CLI::App& lines = AddCommand(app, options, "lines", Command::kLines, "Write lines to standard output");
     auto const range = [&options](std::string const& given) {
@@ -206,7 +233,37 @@ void AddSettings(CLI::App& app, Options& options) {
     app.add_option("--tmp", options.tempDir, "directory for what does not fit into it")
         ->check(CLI::Validator(CLI::ExistingDirectory).description(""))
         ->type_name("DIR");
+    auto const say = [&](char const* flag, Voice voice, char const* help) {
+        return app.add_flag_callback(
+            flag, [&options, voice] { options.voice = voice; }, help);
+    };
+    CLI::Option* const quiet = say("--quiet", Voice::kQuiet, "no progress, and no count of replacements");
+    say("--verbose", Voice::kVerbose,
+        "tell what is read and written, how long it takes and in how much memory")
+        ->excludes(quiet);
     app.set_version_flag("--version", "vfile " VFILE_VERSION);
+}
+
+// The bytes that were meant. What goes in by insert may have any.
+void UndoEscapes(Options& options) {
+    auto const undo = [](std::string& text, bool ofSearch) {
+        auto bytes = Unescaped(text);
+        if (!bytes) throw CLI::ValidationError("--escapes", "'" + text + "' has a bad escape");
+        if (ofSearch && bytes->find('\0') != std::string::npos)
+            throw CLI::ValidationError(
+                "--escapes", "'" + text + "' has a zero byte, which cannot be searched for or put in");
+        text = std::move(*bytes);
+    };
+    undo(options.pattern, true);
+    undo(options.replacement, true);
+    if (options.text) undo(*options.text, false);
+}
+
+// FILE came first once. Who still writes it so is told where it shows.
+void CheckOrder(std::string const& pattern, std::string const& file, char const* order) {
+    if (IsFile(file) || !IsFile(pattern)) return;
+    throw CLI::ValidationError(
+        "FILE", "there is no '" + file + "', but '" + pattern + "' is a file: the order is " + order);
 }
 
 // What the options cannot say of each other one by one.
@@ -216,6 +273,10 @@ void CheckTogether(Options& options) {
         throw CLI::ValidationError("--from", "standard input is FILE already");
     bool const searches = options.command == Command::kFind || options.command == Command::kReplace;
     if (searches && options.pattern.empty()) throw CLI::ValidationError("PATTERN", "nothing to find");
+    if (options.files.size() == 1) CheckOrder(options.pattern, options.files[0], "find PATTERN FILE...");
+    if (options.command == Command::kReplace)
+        CheckOrder(options.pattern, options.file, "replace PATTERN REPLACEMENT FILE");
+    if (options.escapes) UndoEscapes(options);
     bool const writes = options.command == Command::kInsert || options.command == Command::kDelete ||
                         options.command == Command::kReplace || options.command == Command::kConvert;
     if (writes && options.output.empty() != options.inPlace)

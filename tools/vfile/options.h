@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
+
+#include "report.h"
 
 namespace vfile::tool {
 
@@ -13,9 +16,10 @@ struct Options {
     enum class Command { kBackup, kInfo, kConvert, kCut, kInsert, kDelete, kFind, kReplace, kLines };
 
     Command command = Command::kInfo;
-    std::string file;      // read whole; "-" is standard input
-    std::string output;    // written whole; "-" is standard output
-    bool inPlace = false;  // the output is the file
+    std::string file;                // read whole; "-" is standard input
+    std::vector<std::string> files;  // the same, of what may have several
+    std::string output;              // written whole; "-" is standard output
+    bool inPlace = false;            // the output is the file
     std::int32_t at = 0;
     std::int32_t len = 0;
     std::optional<std::string> text;  // one of these two goes in
@@ -23,6 +27,7 @@ struct Options {
 
     std::string pattern;  // neither it nor the replacement holds a zero byte
     std::string replacement;
+    bool escapes = false;  // undone by now
     bool ignoreCase = false;
     bool wholeWord = false;
     bool back = false;
@@ -39,6 +44,7 @@ struct Options {
 
     std::optional<std::int16_t> cacheKilobytes;
     std::string tempDir;  // empty for the usual ones
+    Voice voice = Voice::kPlain;
 };
 
 // Fills `options` from the arguments. Gives the exit status when the program is to end here: help was asked for

@@ -1,6 +1,7 @@
 #include "process.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <clocale>
@@ -29,6 +30,18 @@ void PrepareProcess() {
     HoldStandardStreams();
     std::setlocale(LC_CTYPE, "");
     std::signal(SIGXFSZ, SIG_IGN);
+}
+
+// The program has few files open, and a new one gets the lowest number that is free.
+std::int64_t BytesWithoutName() {
+    constexpr int kNumbers = 256;
+    std::int64_t bytes = 0;
+    for (int number = STDERR_FILENO + 1; number < kNumbers; ++number) {
+        struct stat status {};
+        if (fstat(number, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 0)
+            bytes += status.st_size;
+    }
+    return bytes;
 }
 
 }  // namespace vfile::tool

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <string>
 
+#include "report.h"
+
 namespace vfile::tool {
 namespace {
 
@@ -17,7 +19,7 @@ constexpr std::int64_t kWidth = 40;
 Progress::Progress(char const* verb, std::int64_t total)
     : verb_(verb),
       total_(total),
-      visible_(total > 0 && isatty(STDERR_FILENO) == 1),
+      visible_(total > 0 && CurrentVoice() != Voice::kQuiet && isatty(STDERR_FILENO) == 1),
       next_(Clock::now() + kQuiet) {}
 
 Progress::~Progress() {

@@ -1,4 +1,5 @@
-// A bar on the terminal for work that takes its time; nothing where standard error is no terminal.
+// A bar on the terminal for work that takes its time; nothing where standard error is no terminal,
+// or the user wants quiet.
 #pragma once
 
 #include <chrono>

@@ -8,6 +8,8 @@
 namespace vfile::tool {
 namespace {
 
+Voice theVoice = Voice::kPlain;
+
 std::string WordsOf(FileRes res) {
     TChar words[64];
     GetTextResMsg(words, std::size(words), res);
@@ -35,5 +37,21 @@ void ReportText(std::string const& text) {
 void ReportFailure(std::string const& name, FileRes res) { ReportText(name + ": " + WordsOf(res)); }
 
 void ReportStops() { InstallHaltProc(Stop); }
+
+void SetVoice(Voice voice) { theVoice = voice; }
+
+Voice CurrentVoice() { return theVoice; }
+
+void TellUntouched(std::string const& name) {
+    if (theVoice == Voice::kVerbose) ReportText("left " + name + " as it was");
+}
+
+void Step::Tell(std::string const& done) const {
+    if (theVoice != Voice::kVerbose) return;
+    char seconds[32];
+    std::chrono::duration<double> const taken = Clock::now() - start_;
+    std::snprintf(seconds, sizeof seconds, ", %.3f s", taken.count());
+    ReportText(done + seconds);
+}
 
 }  // namespace vfile::tool

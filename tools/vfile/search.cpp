@@ -4,6 +4,7 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "exit_status.h"
 #include "file_names.h"
@@ -117,7 +118,10 @@ std::int32_t FindText(std::string const& name, Options const& options, Answer& a
 }  // namespace
 
 int Find(Options const& options) {
-    auto const files = FilesOf(options.file);
+    std::vector<std::string> files;
+    for (std::string const& given : options.files) {
+        for (std::string& file : FilesOf(given)) files.push_back(std::move(file));
+    }
     bool failed = false;
     bool found = false;
     for (std::string const& name : files) {

@@ -10,18 +10,10 @@
 namespace vfile::tool {
 namespace {
 
-constexpr std::int32_t kPiece = 4 << 20;
-
-bool ReadStandardInput(VFile& file) {
-    file.ReadFromFile(HandleOf(STDIN_FILENO), MaxLen);
-    if (file.res != ResDone) ReportFailure("standard input", file.res);
-    return file.res == ResDone;
-}
-
 // The size tells how far the pieces go; the rest, all of it where there is no size, comes without one. Where the
 // size may be more than a virtual file holds, all is asked for at once: that is refused before anything is read.
 void ReadPieces(VFile& file, HFile& source) {
-    std::int32_t const length = source.Length();
+    std::int32_t const length = source.Length() - source.GetPos();
     Progress progress("reading", length);
     std::int32_t done = 0;
     while (length < MaxLen && done < length && file.res == ResDone) {
@@ -36,17 +28,21 @@ void ReadPieces(VFile& file, HFile& source) {
 }  // namespace
 
 bool ReadAll(VFile& file, std::string const& name) {
+    Step const reading;
+    std::int32_t const before = file.Length();
     file.InclFlag(VFile::InsertMode);
-    if (name == kStandardStream) return ReadStandardInput(file);
-    HFile source;
+    HFile source(name == kStandardStream ? HandleOf(dup(STDIN_FILENO)) : InvalidHandle());
     FileRes res = ResDone;
-    if (!source.OpenSeqRead(NameFromBytes(name).c_str())) {
+    if (name != kStandardStream && !source.OpenSeqRead(NameFromBytes(name).c_str())) {
         res = source.res;
     } else {
         ReadPieces(file, source);
         res = file.res;
     }
-    if (res != ResDone) ReportFailure(name, res);
+    if (res != ResDone)
+        ReportFailure(name == kStandardStream ? "standard input" : name, res);
+    else
+        reading.Tell("read " + name + ": " + std::to_string(file.Length() - before) + " bytes");
     return res == ResDone;
 }
 
@@ -55,14 +51,19 @@ bool WriteAll(VFile& file, std::string const& name) {
         file.SetPos(0);
         return WriteToStandardOutput(file, MaxLen);
     }
+    Step const writing;
     file.SaveSafe(NameFromBytes(name).c_str());
-    if (file.res != ResDone) ReportFailure(name, file.res);
+    if (file.res != ResDone)
+        ReportFailure(name, file.res);
+    else
+        writing.Tell("wrote " + name + ": " + std::to_string(file.Length()) + " bytes");
     return file.res == ResDone;
 }
 
 bool WriteToStandardOutput(VFile& file, std::int32_t count) {
     void* const output = HandleOf(STDOUT_FILENO);
     std::int32_t const length = std::min(count, file.Length() - file.GetPos());
+    Step const writing;
     Progress progress("writing", length);
     std::int32_t done = 0;
     while (done < length && file.res == ResDone) {
@@ -71,7 +72,10 @@ bool WriteToStandardOutput(VFile& file, std::int32_t count) {
         done += piece;
         progress.Show(done);
     }
-    if (file.res != ResDone) ReportFailure("standard output", file.res);
+    if (file.res != ResDone)
+        ReportFailure("standard output", file.res);
+    else
+        writing.Tell("wrote -: " + std::to_string(length) + " bytes");
     return file.res == ResDone;
 }
 

@@ -4,11 +4,15 @@
 
 #include <vfile.h>
 
+#include <cstdint>
 #include <string>
 
 namespace vfile::tool {
 
 inline constexpr char kStandardStream[] = "-";
+
+// What is done at once between two looks at the bar.
+inline constexpr std::int32_t kPiece = 4 << 20;
 
 // Inserts all that `name` holds at the cursor of `file`, which then stands behind it.
 bool ReadAll(VFile& file, std::string const& name);

@@ -1,20 +1,35 @@
 #include "text_files.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstring>
 #include <vector>
 
 #include "marks.h"
 #include "report.h"
+#include "scratch_file.h"
 #include "streams.h"
 
 namespace vfile::tool {
 namespace {
 
-// Text is loaded and saved by name, in steps of the library's own.
-bool HasName(std::string const& name) {
-    if (name == kStandardStream) ReportText("text is read from files and written to files: '-' is not one");
-    return name != kStandardStream;
+constexpr std::int32_t kStep = 64 << 10;
+
+// A text is looked at more than once, and what a pipe has given does not come again.
+bool ComesOnlyOnce(std::string const& name) {
+    struct stat status {};
+    return name == kStandardStream ||
+           (stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode));
+}
+
+bool Keep(std::string const& name, ScratchFile const& scratch) {
+    VFile bytes;
+    if (!ReadAll(bytes, name)) return false;
+    bytes.SetPos(0);
+    bytes.WriteToFile(HandleOf(scratch.Descriptor()), MaxLen);
+    if (bytes.res != ResDone) ReportFailure(name + ", kept in the directory for temporary files", bytes.res);
+    return bytes.res == ResDone;
 }
 
 bool BeginsWithMarkOf(Encoding encoding, TString const& name) {
@@ -31,10 +46,10 @@ bool GoesToTheEnd(std::string const& name, TString const& units, Encoding encodi
     if (encoding != TCharVFile::EncodingAnsi && encoding != TCharVFile::EncodingUtf8) return true;
     HFile file;
     file.OpenSeqRead(units.c_str());
-    std::vector<char> piece(1 << 16);
+    std::vector<char> piece(kStep);
     std::int64_t start = 0;
     while (file.res == ResDone && !file.eof) {
-        std::int32_t const got = file.ReadBytes(piece.data(), static_cast<std::int32_t>(piece.size()));
+        std::int32_t const got = file.ReadBytes(piece.data(), kStep);
         void const* const zero = std::memchr(piece.data(), 0, static_cast<std::size_t>(got));
         if (zero) {
             std::int64_t const at = start + (static_cast<char const*>(zero) - piece.data());
@@ -45,6 +60,41 @@ bool GoesToTheEnd(std::string const& name, TString const& units, Encoding encodi
     }
     if (file.res != ResDone) ReportFailure(name, file.res);
     return file.res == ResDone;
+}
+
+// Loads the file `from`, which is called `name`.
+std::optional<TextForm> ReadTextFrom(TString const& from, TCharVFile& text, std::string const& name,
+                                     std::optional<Encoding> known) {
+    Step const reading;
+    TextForm form{known.value_or(TCharVFile::EncodingAnsi), false};
+    if (known) {
+        text.LoadTextAs(from, *known, 1);
+        form.mark = BeginsWithMarkOf(*known, from);
+    } else {
+        text.LoadText(from, form.encoding, 1);
+        form.mark = form.encoding != TCharVFile::EncodingAnsi;
+    }
+    if (text.res != ResDone) {
+        ReportFailure(name, text.res);
+        return std::nullopt;
+    }
+    if (!GoesToTheEnd(name, from, form.encoding)) return std::nullopt;
+    reading.Tell("read " + name + ": " + std::to_string(text.TCharLength()) + " units of text");
+    return form;
+}
+
+bool HaveSameBytes(TString const& first, TString const& second) {
+    HFile one;
+    HFile other;
+    if (!one.OpenSeqRead(first.c_str()) || !other.OpenSeqRead(second.c_str())) return false;
+    std::vector<char> bytes(kStep);
+    std::vector<char> others(kStep);
+    for (std::int32_t got = kStep; got > 0;) {
+        got = one.ReadBytes(bytes.data(), kStep);
+        if (other.ReadBytes(others.data(), kStep) != got) return false;
+        if (std::memcmp(bytes.data(), others.data(), static_cast<std::size_t>(got)) != 0) return false;
+    }
+    return one.res == ResDone && other.res == ResDone;
 }
 
 }  // namespace
@@ -60,27 +110,33 @@ std::optional<Encoding> EncodingOf(std::string name) {
 }
 
 std::optional<TextForm> ReadText(TCharVFile& text, std::string const& name, std::optional<Encoding> known) {
-    if (!HasName(name)) return std::nullopt;
-    TString const units = NameFromBytes(name);
-    TextForm form{known.value_or(TCharVFile::EncodingAnsi), false};
-    if (known) {
-        text.LoadTextAs(units, *known, 1);
-        form.mark = BeginsWithMarkOf(*known, units);
-    } else {
-        text.LoadText(units, form.encoding, 1);
-        form.mark = form.encoding != TCharVFile::EncodingAnsi;
-    }
-    if (text.res == ResDone)
-        return GoesToTheEnd(name, units, form.encoding) ? std::optional(form) : std::nullopt;
-    ReportFailure(name, text.res);
-    return std::nullopt;
+    if (!ComesOnlyOnce(name)) return ReadTextFrom(NameFromBytes(name), text, name, known);
+    ScratchFile const scratch;
+    if (!Keep(name, scratch)) return std::nullopt;
+    return ReadTextFrom(NameFromBytes(scratch.Name()), text, name, known);
 }
 
 bool WriteText(TCharVFile& text, std::string const& name, TextForm form) {
-    if (!HasName(name)) return false;
+    if (name == kStandardStream) {
+        ReportText("text is written to files: '-' is not one");
+        return false;
+    }
+    Step const writing;
     text.SaveTextSafe(NameFromBytes(name), form.encoding, form.mark);
-    if (text.res != ResDone) ReportFailure(name, text.res);
+    if (text.res != ResDone)
+        ReportFailure(name, text.res);
+    else
+        writing.Tell("wrote " + name + ": " + std::to_string(text.TCharLength()) + " units of text");
     return text.res == ResDone;
+}
+
+bool Holds(std::string const& name, TextForm was, TCharVFile& text, TextForm form) {
+    if (ComesOnlyOnce(name) || (IsUtf16(was.encoding) != IsUtf16(form.encoding) && text.TCharLength() > 0))
+        return false;
+    ScratchFile const scratch;
+    if (!scratch.IsOpen()) return false;
+    text.SaveText(NameFromBytes(scratch.Name()), true, form.encoding, form.mark);
+    return text.res == ResDone && HaveSameBytes(NameFromBytes(scratch.Name()), NameFromBytes(name));
 }
 
 }  // namespace vfile::tool
