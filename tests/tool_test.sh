@@ -62,6 +62,7 @@ same 'cat big' '$vfile cut - --at 0 --len 99999999999999999999 <big'
 same 'cat big big' 'cat big | $vfile insert - --at 0 --from big -o - | cat'
 same 'cat big big' 'cat big | $vfile --tmp . insert big --at 9000001 --from - -o -'
 same 'printf "hello, world"' '$vfile insert small --at 5 --text , -o -'
+same 'printf "\0\nhello world"' '$vfile insert small -e --at 0 --text "\x00\n" -o -'
 same 'printf -- "-ohello world"' '$vfile insert small --text -o --at 0 -o -'
 same 'cat small' '$vfile insert small --at 5 --text "" -o -'
 same 'cat small' '$vfile insert empty --at 1g --from small -o -'
@@ -73,6 +74,11 @@ same 'echo 1; printf "hELLo" | iconv -t UTF-16LE' '
     cp s2 s && $vfile replace ell ELL s --in-place && $vfile convert s --in-place --to utf-16 --no-bom && cat s'
 same 'echo 1; printf "hELLo" | iconv -t UTF-16LE' '
     printf hello | iconv -t UTF-16LE >s; $vfile replace --text --encoding utf-16 ell ELL s --in-place; cat s'
+stat -c '%s %i %y %z' small >state
+for nothing in 'insert --at 3 --text ""' 'insert --at 3 --from empty' 'delete --at 3 --len 0' 'delete --at 11 --len 9' \
+    'replace cat dog' 'replace --text cat dog' 'convert --to utf-8' 'convert --to ansi --no-bom --from utf-8'; do
+    same 'cat state' "\$vfile $nothing small --in-place --quiet; stat -c '%s %i %y %z' small"
+done
 fails 'vfile: *--in-place is wanted*' '$vfile insert small --at 0 --text x'
 fails 'vfile: *--in-place is wanted*' '$vfile convert small out --to utf-8 --in-place'
 fails 'vfile: *standard input has no place*' '$vfile delete - --at 0 --len 1 --in-place <small'
@@ -128,6 +134,9 @@ same 'printf "many/a.txt:1\nmany/b.txt:1\nmany/c.txt:0\n"' '$vfile find cat "man
 same 'printf "0:1:1\n"' '$vfile find cat "many/a*"; printf cat >"many/*"'
 same 'printf "0:1:1\n"' '$vfile find cat "many/*"'
 nothing '' '$vfile find cat "many/c*"'
+same 'printf "[a,b]:1\n-:0\nmany/b.txt:1\n"' 'printf cat >"[a,b]"; $vfile find cat "[a,b]" - "many/b*" --count <small'
+fails "vfile: FILE: *'text' is a file: the order is find PATTERN FILE..." '$vfile find text dog'
+fails "vfile: FILE: *'text' is a file: the order is replace PATTERN REPLACEMENT FILE" '$vfile replace text cat dog -o out'
 fails 'vfile: many/z\*: not found' '$vfile find cat "many/z*"'
 (
     cd many && printf data >notes.txt && chmod 640 notes.txt
@@ -158,13 +167,14 @@ for enc in utf-8 utf-16 utf-16be; do
     same 'sed "s/end/END/" u8 | iconv -f UTF-8 -t '$raw '$vfile replace --text --encoding '$enc' end END plain -o changed >count; cat changed'
 done
 same 'printf "m1:4:2:2\nm1:0:1:1\nm2:1:1:2\n"' 'printf "\377\376a\0\r\0\n\0b\0a\0" >m1; printf "\357\273\277xa" >m2; $vfile find --text a "m?" --back'
-fails "vfile: text is read from files*" '$vfile find --text - x <u8'
+same 'iconv -f UTF-8 -t UTF-16BE u8' 'cat u8 | $vfile convert - out --from utf-8 --to utf-16be --no-bom; cat out'
 same 'printf "Gr\xFC\xDFe \x80 ??\nend\n"' 'LC_ALL=C $vfile convert u8 ansi --from utf-8 --to ansi; cat ansi'
 printf 'ab\0c' >zero
 for command in 'convert zero --in-place --to utf-16' 'replace --text --encoding utf-8 a x zero --in-place' 'find --text a zero'; do
     fails 'vfile: zero: no text: a zero byte at 2' "\$vfile $command"
     same 'printf "ab\0c"' 'cat zero'
 done
+fails 'vfile: /dev/fd/*: no text: a zero byte at 2' '$vfile convert <(cat zero) out2 --to utf-8'
 fails 'vfile: missing: not found' '$vfile convert missing out2 --to utf-8'
 fails 'vfile: no/out: illegal path' '$vfile convert u8 no/out --to utf-8'
 fails "vfile: --to: *'latin' is none of *" '$vfile convert u8 out2 --to latin'
@@ -199,13 +209,34 @@ for usage in '' bogus info 'info small small' 'cut small --at 1' 'cut small --at
     'cut small --at 1x --len 2' 'cut small --at "" --len 2' 'cut small --at k --len 2' 'cut small --at 1kk --len 2' \
     'insert small --at 0 -o out' 'insert small --at 0 --text a --from small -o out' 'insert small --at 0 --text a' \
     'insert - --at 0 --from - -o out' '--cache -1 info small' '--cache 32768 info small' '--tmp small info small' \
-    'info small --bogus' 'find small' 'find "" small' 'find -e "\\xg0" small' 'find -e "a\\" small' \
-    'find -e "\\q" small' 'find x small --from -1' 'find x small --encoding utf-8' 'find --text x small --encoding latin' 'replace x small -o out' 'replace x y small' 'replace "" y small -o out' \
+    'info small --bogus' 'find small' 'find "" small' 'find -e "\\x00" small' 'find -e "\\xg0" small' 'find -e "a\\" small' \
+    'find -e "\\q" small' 'find x small --from -1' 'find x small --encoding utf-8' 'find --text x small --encoding latin' 'replace x small -o out' 'replace x y small' 'replace "" y small -o out' 'replace -e x "\\x00" small -o out' \
     'lines small' 'lines small 0' 'lines small 3..2' 'lines small 1..' 'lines small -1'; do
     rm -f out
     fails 'vfile: ?*' "\$vfile $usage </dev/null"
     [[ ! -e out ]] || wrong "$usage" "made a file"
 done
+
+# Told are all that was read and written, the memory, and nothing at all where that is wanted.
+same 'sed s/cat/dog/g text' '$vfile replace cat dog text -o - --quiet'
+same 'echo vfile: read big: 9000001 bytes; echo vfile: wrote out: 9000001 bytes; echo vfile: in all: cache 1, swap file yes' \
+    '$vfile replace --verbose --cache 1 "cold swamp" x big -o out 2>&1 >x | sed -E "s/, [0-9.]+ s$//; s/ KB//g; s/file [1-9][0-9]+/file yes/"'
+
+# A signal in the middle of reading ends the program by itself, and leaves the file and nothing else.
+mkfifo pipe
+ls -A >names
+exec 5<>pipe
+set -m  # else INT is ignored in the background
+for signal in INT TERM HUP; do
+    $vfile insert small --at 0 --from pipe --in-place --tmp . &
+    head -c 400000 big >&5  # more than a pipe takes unread
+    kill -$signal $!
+    { wait $!; } 2>/dev/null
+    (($? == 128 + $(kill -l $signal))) || wrong "SIG$signal" "another end"
+    same 'cat state names' "stat -c '%s %i %y %z' small; ls -A"
+done
+set +m
+exec 5>&-
 
 # A reader that has enough ends the program, and no failure is invented.
 $vfile cut big --at 0 --len 9000001 2>said | head -c 1 >/dev/null

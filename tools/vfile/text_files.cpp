@@ -24,8 +24,10 @@ bool ComesOnlyOnce(std::string const& name) {
 }
 
 bool Keep(std::string const& name, ScratchFile const& scratch) {
+    if (!scratch.IsOpen())
+        ReportText(name + ": it is to be kept in the directory for temporary files, which takes no file");
     VFile bytes;
-    if (!ReadAll(bytes, name)) return false;
+    if (!scratch.IsOpen() || !ReadAll(bytes, name)) return false;
     bytes.SetPos(0);
     bytes.WriteToFile(HandleOf(scratch.Descriptor()), MaxLen);
     if (bytes.res != ResDone) ReportFailure(name + ", kept in the directory for temporary files", bytes.res);
