@@ -29,7 +29,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <utility>
 
 namespace vfile {
 
@@ -168,8 +167,8 @@ public:
     /// `n` units at `data`; the first `n` of a string, as far as it has them.
     void InsertTChars(TChar const* data, std::int32_t n);
     void AppendTChars(TChar const* data, std::int32_t n);
-    void InsertTChars(TString const& s, std::int32_t n) { InsertTChars(s.data(), UnitsOf(s, n)); }
-    void AppendTChars(TString const& s, std::int32_t n) { AppendTChars(s.data(), UnitsOf(s, n)); }
+    void InsertTChars(TString const& s, std::int32_t n) { InsertTChars(s.data(), internal::UnitsOf(s, n)); }
+    void AppendTChars(TString const& s, std::int32_t n) { AppendTChars(s.data(), internal::UnitsOf(s, n)); }
 
     /// `count` units of a text from unit `from` on. `src` may be this one.
     void InsertTChars(TCharVFile const& src, std::int32_t from, std::int32_t count);
@@ -228,12 +227,12 @@ public:
     template <WholeNumber<4> T>
     TCharVFile& operator<<(T value) {
         using Fixed = std::conditional_t<std::is_signed_v<T>, std::int32_t, std::uint32_t>;
-        return InsertNumber(static_cast<Fixed>(value));
+        return internal::InsertNumber(*this, static_cast<Fixed>(value));
     }
     template <WholeNumber<8> T>
     TCharVFile& operator<<(T value) {
         using Fixed = std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>;
-        return InsertNumber(static_cast<Fixed>(value));
+        return internal::InsertNumber(*this, static_cast<Fixed>(value));
     }
     template <NotATChar T>
     requires(!WholeNumber<T, sizeof(T)> && (std::is_arithmetic_v<T> || std::is_enum_v<T>)) TCharVFile&
@@ -303,9 +302,6 @@ public:
         SaveTextSafe(name.c_str(), encoding, writeBom);
     }
 
-    friend VFILE_EXPORT bool operator==(TCharVFile const& a, TCharVFile const& b);
-    friend VFILE_EXPORT std::strong_ordering operator<=>(TCharVFile const& a, TCharVFile const& b);
-
 protected:
     using VFile::flags;
     using VFile::PostChange;
@@ -314,27 +310,7 @@ protected:
     using VFile::type;
 
 private:
-    friend struct VFileInspector;
-
-    static std::int32_t UnitsOf(TString const& s, std::int32_t n) {
-        return std::cmp_less(s.size(), n) ? static_cast<std::int32_t>(s.size()) : n;
-    }
-    VFILE_LOCAL void LoadFrom(TChar const* name, Encoding const* known, Encoding& found, std::uint32_t share);
-    VFILE_LOCAL static FileRes CheckFits(void* file, std::int64_t size, Encoding encoding);
-    VFILE_LOCAL void WriteText(HFile& file, Encoding encoding, bool writeBom);
-    VFILE_LOCAL FileRes WriteUnits(HFile& file, Encoding encoding);
-    VFILE_LOCAL std::strong_ordering Order(TCharVFile const& other) const;
-    VFILE_LOCAL bool ReadToEol(TChar* dst, std::int32_t room, std::int32_t& stored, TChar& end);
-    VFILE_LOCAL void PassLfUnit();
-    template <class T>
-    VFILE_LOCAL TCharVFile& InsertDigits(T value);
-    VFILE_LOCAL bool Fits(std::size_t bytes);
-    VFILE_LOCAL void InsertText(std::int32_t start, std::u16string_view s);
-    VFILE_LOCAL TCharVFile& AssignText(std::u16string_view s);
-    TCharVFile& InsertNumber(std::int32_t value);
-    TCharVFile& InsertNumber(std::uint32_t value);
-    TCharVFile& InsertNumber(std::int64_t value);
-    TCharVFile& InsertNumber(std::uint64_t value);
+    friend struct internal::Access;
 };
 
 // NOLINTNEXTLINE(readability-identifier-naming): the name by which the language finds it.

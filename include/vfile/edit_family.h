@@ -16,37 +16,47 @@
 ///   Family(file, n)                   as ReplaceFile
 #pragma once
 
+// `goes` is an expression of `n`, the number of bytes that come.
+//
 // NOLINTBEGIN(bugprone-macro-parentheses): `Family` is a piece of a name.
-#define VFILE_EDIT_FAMILY(Family, start, lengthOf)                                                    \
-    void Family##Byte(unsigned char b) { ReplaceBuf(start, lengthOf(1), &b, 1); }                     \
-    template <NotAByte T>                                                                             \
-    void Family##Byte(T) = delete;                                                                    \
-    void Family##Bytes(void const* data, std::int32_t n) { ReplaceBuf(start, lengthOf(n), data, n); } \
-    template <WholeNumber<2> T>                                                                       \
-    void Family##Word(T x) {                                                                          \
-        ReplaceBuf(start, lengthOf(2), &x, 2);                                                        \
-    }                                                                                                 \
-    template <WholeNumber<4> T>                                                                       \
-    void Family##DWord(T x) {                                                                         \
-        ReplaceBuf(start, lengthOf(4), &x, 4);                                                        \
-    }                                                                                                 \
-    template <WholeNumber<8> T>                                                                       \
-    void Family##QWord(T x) {                                                                         \
-        ReplaceBuf(start, lengthOf(8), &x, 8);                                                        \
-    }                                                                                                 \
-    template <ByteChar C>                                                                             \
-    void Family(C ch, std::int32_t n) {                                                               \
-        ReplaceCh(start, lengthOf(n), static_cast<char>(ch), n);                                      \
-    }                                                                                                 \
-    void Family(char const* s) { ReplaceStr(start, lengthOf(SameLen), s); }                           \
-    void Family(std::nullptr_t) = delete;                                                             \
-    void Family(VFile const& src, std::int32_t from, std::int32_t len) {                              \
-        ReplaceTxt(start, lengthOf(SameLen), src, from, len);                                         \
-    }                                                                                                 \
-    void Family(HFile& file, std::int32_t n) { ReplaceFile(start, lengthOf(SameLen), file, n); }      \
-    void Family##FromFile(void* handle, std::int32_t n) {                                             \
-        ReplaceFile(start, lengthOf(SameLen), handle, n);                                             \
-    }                                                                                                 \
-    template <NotAHandle T>                                                                           \
+#define VFILE_EDIT_FAMILY(Family, start, goes)                                                 \
+    void Family##Byte(unsigned char b) { Family##Bytes(&b, 1); }                               \
+    template <NotAByte T>                                                                      \
+    void Family##Byte(T) = delete;                                                             \
+    void Family##Bytes(void const* data, std::int32_t n) { ReplaceBuf(start, goes, data, n); } \
+    template <WholeNumber<2> T>                                                                \
+    void Family##Word(T x) {                                                                   \
+        Family##Bytes(&x, 2);                                                                  \
+    }                                                                                          \
+    template <WholeNumber<4> T>                                                                \
+    void Family##DWord(T x) {                                                                  \
+        Family##Bytes(&x, 4);                                                                  \
+    }                                                                                          \
+    template <WholeNumber<8> T>                                                                \
+    void Family##QWord(T x) {                                                                  \
+        Family##Bytes(&x, 8);                                                                  \
+    }                                                                                          \
+    template <ByteChar C>                                                                      \
+    void Family(C ch, std::int32_t n) {                                                        \
+        ReplaceCh(start, goes, static_cast<char>(ch), n);                                      \
+    }                                                                                          \
+    void Family(char const* s) {                                                               \
+        [[maybe_unused]] constexpr std::int32_t n = SameLen;                                   \
+        internal::ReplaceString(*this, start, goes, s);                                        \
+    }                                                                                          \
+    void Family(std::nullptr_t) = delete;                                                      \
+    void Family(VFile const& src, std::int32_t from, std::int32_t len) {                       \
+        [[maybe_unused]] constexpr std::int32_t n = SameLen;                                   \
+        ReplaceTxt(start, goes, src, from, len);                                               \
+    }                                                                                          \
+    void Family(HFile& file, std::int32_t count) {                                             \
+        [[maybe_unused]] constexpr std::int32_t n = SameLen;                                   \
+        ReplaceFile(start, goes, file, count);                                                 \
+    }                                                                                          \
+    void Family##FromFile(void* handle, std::int32_t count) {                                  \
+        [[maybe_unused]] constexpr std::int32_t n = SameLen;                                   \
+        ReplaceFile(start, goes, handle, count);                                               \
+    }                                                                                          \
+    template <NotAHandle T>                                                                    \
     void Family##FromFile(T const&, std::int32_t) = delete
 // NOLINTEND(bugprone-macro-parentheses)

@@ -37,28 +37,11 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
-#include <span>
 
 namespace vfile {
 
-class BlkIndex;
-class BlkPool;
 class HFile;
-class Inflow;
-class TCharVFile;
 class VFile;
-struct BlkDesc;
-template <class Unit, class Direction, class Fold>
-class Pattern;
-
-/// A place in a chain of blocks: byte `ix` of the block `ptr`, whose first byte is byte `start` of the file.
-/// `ix` may equal the length of the block: the same position as the start of the next one. For the library's
-/// own use.
-struct BlkRdr {
-    BlkDesc* ptr = nullptr;
-    std::int32_t start = 0;
-    std::int16_t ix = 0;
-};
 
 /// What stands where a handle is wanted and is none: a buffer, an `HFile*`, `nullptr`, a number. Overloads
 /// that take it are deleted, so that nothing converts to a handle by accident.
@@ -207,17 +190,17 @@ public:
     // under InsertMode; Replace always overwrites; both go beyond the end of the file where it is too short.
     //
     // clang-format off
-    //                family   start   bytes that go
-    VFILE_EDIT_FAMILY(Insert,  pos,    NoBytes);
-    VFILE_EDIT_FAMILY(Replace, pos,    AsMany);
-    VFILE_EDIT_FAMILY(Write,   pos,    AsManyUnlessInserting);
-    VFILE_EDIT_FAMILY(Append,  length, NoBytes);
-    VFILE_EDIT_FAMILY(Prepend, 0,      NoBytes);
+    //                family   start     bytes that go for `n`
+    VFILE_EDIT_FAMILY(Insert,  GetPos(), 0);
+    VFILE_EDIT_FAMILY(Replace, GetPos(), n);
+    VFILE_EDIT_FAMILY(Write,   GetPos(), FlagOn(InsertMode) ? 0 : n);
+    VFILE_EDIT_FAMILY(Append,  Length(), 0);
+    VFILE_EDIT_FAMILY(Prepend, 0,        0);
     // clang-format on
 
     /// ReplaceBuf by nothing: of a range; of all from the cursor on. `len` SameLen deletes nothing.
     void Delete(std::int32_t start, std::int32_t len) { ReplaceBuf(start, len, nullptr, 0); }
-    void Truncate() { ReplaceBuf(pos, MaxLen, nullptr, 0); }
+    void Truncate() { ReplaceBuf(GetPos(), MaxLen, nullptr, 0); }
 
     /// Write at the cursor, and Append at the end: a character as one byte, a string, the whole of a file.
     template <ByteChar C>
@@ -247,12 +230,12 @@ public:
     template <WholeNumber<4> T>
     VFile& operator<<(T value) {
         using Fixed = std::conditional_t<std::is_signed_v<T>, std::int32_t, std::uint32_t>;
-        return WriteNumber(static_cast<Fixed>(value));
+        return internal::WriteNumber(*this, static_cast<Fixed>(value));
     }
     template <WholeNumber<8> T>
     VFile& operator<<(T value) {
         using Fixed = std::conditional_t<std::is_signed_v<T>, std::int64_t, std::uint64_t>;
-        return WriteNumber(static_cast<Fixed>(value));
+        return internal::WriteNumber(*this, static_cast<Fixed>(value));
     }
 
     /// ReadByte into a character.
@@ -268,10 +251,10 @@ public:
 
     // The cursor.
 
-    std::int32_t Length() const { return length; }
-    std::int32_t GetPos() const { return pos; }
-    bool Eof() const { return pos >= length; }
-    bool Bof() const { return pos <= 0; }
+    std::int32_t Length() const { return vfileState->length; }
+    std::int32_t GetPos() const { return vfileState->pos; }
+    bool Eof() const { return GetPos() >= Length(); }
+    bool Bof() const { return GetPos() <= 0; }
     std::int32_t Type() const { return type; }
 
     /// SetPos(0).
@@ -404,7 +387,7 @@ public:
     template <ByteChar C>
     int Read(C& ch) {
         unsigned char b;
-        int const taken = ReadMappingEol(b);
+        int const taken = internal::ReadMappingEol(*this, b);
         ch = static_cast<C>(b);
         return taken;
     }
@@ -521,139 +504,8 @@ protected:
     std::int32_t type = 0;   ///< for derived classes; above 0 it enables the line-end watch
 
 private:
-    friend class TCharVFile;
-    friend struct VFileInspector;
-    friend bool operator==(VFile const&, VFile const&);
-    friend bool operator==(VFile const&, char const*);
-    friend std::strong_ordering operator<=>(VFile const&, VFile const&);
-    friend std::strong_ordering operator<=>(VFile const&, char const*);
-    class VFILE_LOCAL HostEnd;
-    class VFILE_LOCAL PrivateChain;
-    struct VFILE_LOCAL BytesAt;
-    struct VFILE_LOCAL BytesOf;
-    struct VFILE_LOCAL Change;
-    struct VFILE_LOCAL Cut;
-    struct VFILE_LOCAL Neighbours;
-
-    VFILE_LOCAL void Init();
-    VFILE_LOCAL bool OnOwnThread() const;
-    VFILE_LOCAL bool HasOwnerOf(VFile const& other) const;
-    VFILE_LOCAL bool CheckSameOwner(VFile const& other, std::int32_t line) const;
-
-    // How many bytes go for `n` that come in.
-    static std::int32_t NoBytes(std::int32_t) { return 0; }
-    static std::int32_t AsMany(std::int32_t n) { return n; }
-    std::int32_t AsManyUnlessInserting(std::int32_t n) const { return FlagOn(InsertMode) ? 0 : n; }
-
-    void ReplaceStr(std::int32_t start, std::int32_t delLen, char const* s);
-    VFile& WriteNumber(std::int32_t value);
-    VFile& WriteNumber(std::uint32_t value);
-    VFile& WriteNumber(std::int64_t value);
-    VFile& WriteNumber(std::uint64_t value);
-    template <class T>
-    VFILE_LOCAL VFile& WriteDigits(T value);
-
-    // Reads by runs: the bytes from the cursor to the end of its block.
-    enum BlockUse { kLoaded, kInPlace };
-    VFILE_LOCAL std::span<unsigned char const> RunAhead(BlockUse use);
-    VFILE_LOCAL std::span<unsigned char const> RunBehind(BlockUse use);
-    VFILE_LOCAL unsigned char const* BlockBytes(BlockUse use);
-    VFILE_LOCAL void MoveInBlock(std::ptrdiff_t bytes);
-
-    // Search and lines.
-    template <class Unit, class Direction>
-    VFILE_LOCAL Unit ReadUnit();
-    template <class Unit, class Direction, class Fold>
-    VFILE_LOCAL bool Scan(Pattern<Unit, Direction, Fold> const& pattern);
-    template <class Unit, class Direction>
-    VFILE_LOCAL bool WordNext(std::int32_t position, bool (*isWord)(Unit));
-    template <class Direction, class Unit>
-    VFILE_LOCAL bool Search(std::int32_t& position, std::span<Unit const> text, bool ignoreCase,
-                            bool wholeWord, bool (*isWord)(Unit));
-    VFILE_LOCAL bool PassToEol(unsigned char& end);
-    VFILE_LOCAL std::size_t BytesOfLine(std::span<unsigned char const> run);
-    VFILE_LOCAL bool PassBackToEol();
-    VFILE_LOCAL void PassLf();
-    int ReadMappingEol(unsigned char& b);
-
-    // Block records.
-    VFILE_LOCAL BlkDesc* NewBlkPtr(BlkDesc* prev, BlkDesc* next, std::int16_t len);
-    VFILE_LOCAL void DisposeBlkPtr(BlkDesc*& p);
-    VFILE_LOCAL void DisposeBlkPtrList(BlkDesc*& head, BlkDesc* tail);
-    VFILE_LOCAL bool AllocBuf(std::int32_t& addr);
-
-    // The only operations that link or unlink a block of the file.
-    VFILE_LOCAL void LinkBehind(BlkDesc* block, BlkDesc* head, BlkDesc* tail);
-    VFILE_LOCAL void Unlink(BlkDesc* head, BlkDesc* tail);
-
-    // The one search for the block that holds a position.
-    VFILE_LOCAL void SeekBlk(BlkRdr& rd, std::int32_t position, bool preferPrev) const;
-    VFILE_LOCAL void SeekFar(BlkRdr& rd, std::int32_t position) const;
-    VFILE_LOCAL Neighbours NeighboursOf(std::int32_t position) const;
-    VFILE_LOCAL void HandOver() const;
-
-    // The only operations that move the cursor to another place or block.
-    VFILE_LOCAL void MoveTo(BlkRdr const& place);
-    VFILE_LOCAL bool MoveToNextBlock();
-    VFILE_LOCAL bool MoveToPrevBlock();
-    VFILE_LOCAL void LeaveBlock();
-    VFILE_LOCAL bool LoadBlock();
-
-    // Reads by a place of the caller's own, that leave cursor, buffer and flags alone.
-    VFILE_LOCAL void SetPosC(BlkRdr& rd, std::int32_t position) const;
-    VFILE_LOCAL void ReadByteC(BlkRdr& rd, unsigned char& b) const;
-    VFILE_LOCAL void ReadBytesC(BlkRdr& rd, void* dst, std::int32_t count) const;
-    VFILE_LOCAL void CopyOutC(BlkRdr const& rd, void* dst, std::int16_t count) const;
-
-    // The stages of a change, in their order.
-    VFILE_LOCAL bool MayChange(bool argumentsGood);
-    VFILE_LOCAL bool Clip(Change& change);
-    VFILE_LOCAL bool Position(Change& change);
-    VFILE_LOCAL void InitChange(std::int32_t position);
-    VFILE_LOCAL void MakeRoom(Change const& change);
-    VFILE_LOCAL BlkDesc* TakerBefore(BlkDesc const* block) const;
-    VFILE_LOCAL void PassHead(BlkDesc* block, std::int32_t start, std::int32_t count);
-    VFILE_LOCAL void CheckEOL(void const* data, std::int32_t len);
-    template <class Source>
-    VFILE_LOCAL bool Apply(Change const& change, Source source);
-    VFILE_LOCAL bool FitsCurrentBlock(Change const& change) const;
-    VFILE_LOCAL bool Ask(Change const& change);
-    VFILE_LOCAL void EditInBuffer(Change const& change, void const* bytes);
-    VFILE_LOCAL bool DoChange(Change const& change, void const* piece, std::int32_t pieceLen,
-                              PrivateChain& chain);
-    VFILE_LOCAL bool SaveTail(std::int32_t delLen, PrivateChain& chain);
-    VFILE_LOCAL Cut FindCut(std::int32_t delLen, PrivateChain& chain);
-    VFILE_LOCAL void ReleasePage(Change const& change);
-    VFILE_LOCAL void CheckCurLen();
-    VFILE_LOCAL void Publish(Change const& change);
-    VFILE_LOCAL void CheckTouched() const;
-
-    // Transfer.
-    VFILE_LOCAL void TakeFrom(Inflow& source, TChar const* operation, std::int32_t start, std::int32_t delLen,
-                              std::int32_t count);
-    VFILE_LOCAL FileRes ReadIn(Inflow& source, std::int32_t count, PrivateChain& chain, std::int32_t& got);
-    VFILE_LOCAL void GiveTo(HostEnd& target, std::int32_t count);
-
-    std::int32_t pos = 0;
-    std::int32_t length = 0;
-    internal::PagedMemory* mem = nullptr;
-    BlkPool* pool = nullptr;
-    BlkDesc* first = nullptr;
-    BlkDesc* last = nullptr;
-    BlkRdr cur;
-    mutable BlkIndex* index = nullptr;  // of the starts of some blocks; made by the first long walk
-    mutable std::int32_t carried = 0;   // by how much the current block has grown since the index was told
-    unsigned char* buf = nullptr;       // of BlkSize bytes, made on first need
-    bool bufValid = false;              // buf holds the bytes of cur.ptr
-    bool bufDirty = false;              // and is newer than its page
-    std::uint32_t owner = 0;            // thread
-    std::uint32_t birth = 0;            // fork count of the process that made it
-    std::uint32_t changes = 0;          // applied so far; wraps
-    struct {
-        BlkDesc const* block = nullptr;
-        std::uint32_t changes = 0;
-        bool found = false;
-    } crCheck;  // whether the block that ReadLine looked at last held a CR, after so many changes
+    friend struct internal::Access;
+    internal::FileState* vfileState;
 };
 
 // NOLINTNEXTLINE(readability-identifier-naming): the name by which the language finds it.

@@ -22,14 +22,21 @@ constexpr std::int32_t BytesOfUnits(std::int32_t units) {
 // Bytes of a whole string, MaxLen + 1 and more for one longer than any text.
 std::size_t BytesIn(std::u16string_view s) { return s.size() * sizeof(TChar); }
 
-}  // namespace
-
-// Whether a string of so many bytes can be part of a text; where not, it is too long like any other source.
-bool TCharVFile::Fits(std::size_t bytes) {
-    if (bytes <= static_cast<std::size_t>(MaxLen)) return true;
-    if (res == ResDone) res = ResTooLong;
-    return false;
+// Puts a string in the place of `delLen` bytes, by the operation that the base has or by what a derived class makes of
+// it. One longer than any text is too long like any other source.
+enum Road { kOfBase, kOfClass };
+void ReplaceText(VFile& file, Road road, std::int32_t start, std::int32_t delLen, std::u16string_view s) {
+    std::size_t const bytes = BytesIn(s);
+    if (bytes > static_cast<std::size_t>(MaxLen)) {
+        if (file.res == ResDone) file.res = ResTooLong;
+    } else if (road == kOfBase) {
+        file.VFile::ReplaceBuf(start, delLen, s.data(), static_cast<std::int32_t>(bytes));
+    } else {
+        file.ReplaceBuf(start, delLen, s.data(), static_cast<std::int32_t>(bytes));
+    }
 }
+
+}  // namespace
 
 void TCharVFile::InsertTChar(TChar ch) { ReplaceBuf(GetPos(), 0, &ch, sizeof ch); }
 void TCharVFile::AppendTChar(TChar ch) { ReplaceBuf(Length(), 0, &ch, sizeof ch); }
@@ -57,14 +64,10 @@ void TCharVFile::AppendTChars(TCharVFile const& src, std::int32_t from, std::int
     ReplaceTxt(Length(), 0, src, TCharsToBytes(from), TCharsToBytes(count));
 }
 
-void TCharVFile::InsertText(std::int32_t start, std::u16string_view s) {
-    if (Fits(BytesIn(s))) ReplaceBuf(start, 0, s.data(), static_cast<std::int32_t>(BytesIn(s)));
-}
-
-void TCharVFile::InsertTStr(TChar const* s) { InsertText(GetPos(), s); }
-void TCharVFile::AppendTStr(TChar const* s) { InsertText(Length(), s); }
-void TCharVFile::InsertTStr(TString const& s) { InsertText(GetPos(), s); }
-void TCharVFile::AppendTStr(TString const& s) { InsertText(Length(), s); }
+void TCharVFile::InsertTStr(TChar const* s) { ReplaceText(*this, kOfClass, GetPos(), 0, s); }
+void TCharVFile::AppendTStr(TChar const* s) { ReplaceText(*this, kOfClass, Length(), 0, s); }
+void TCharVFile::InsertTStr(TString const& s) { ReplaceText(*this, kOfClass, GetPos(), 0, s); }
+void TCharVFile::AppendTStr(TString const& s) { ReplaceText(*this, kOfClass, Length(), 0, s); }
 
 void TCharVFile::DeleteTChars(std::int32_t from, std::int32_t count) {
     ReplaceBuf(TCharsToBytes(from), TCharsToBytes(count), nullptr, 0);
@@ -76,14 +79,20 @@ void TCharVFile::ReplaceTChar(std::int32_t position, TChar ch) {
     VFile::ReplaceBuf(TCharsToBytes(position), sizeof ch, &ch, sizeof ch);
 }
 
-TCharVFile& TCharVFile::AssignText(std::u16string_view s) {
-    if (Fits(BytesIn(s))) VFile::ReplaceBuf(0, Length(), s.data(), static_cast<std::int32_t>(BytesIn(s)));
+TCharVFile& TCharVFile::operator=(TChar ch) {
+    ReplaceText(*this, kOfBase, 0, Length(), {&ch, 1});
     return *this;
 }
 
-TCharVFile& TCharVFile::operator=(TChar ch) { return AssignText({&ch, 1}); }
-TCharVFile& TCharVFile::operator=(TChar const* s) { return AssignText(s); }
-TCharVFile& TCharVFile::operator=(TString const& s) { return AssignText(s); }
+TCharVFile& TCharVFile::operator=(TChar const* s) {
+    ReplaceText(*this, kOfBase, 0, Length(), s);
+    return *this;
+}
+
+TCharVFile& TCharVFile::operator=(TString const& s) {
+    ReplaceText(*this, kOfBase, 0, Length(), s);
+    return *this;
+}
 
 // A text assigned to itself is a source that overlaps, as good as any: its units stay.
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
@@ -112,23 +121,31 @@ TCharVFile& TCharVFile::operator<<(TCharVFile const& src) {
     return *this;
 }
 
+namespace internal {
+
+namespace {
+
 template <class T>
-TCharVFile& TCharVFile::InsertDigits(T value) {
-    if (!IsRadix(radix)) {
+TCharVFile& InsertDigits(TCharVFile& text, T value) {
+    if (!IsRadix(text.radix)) {
         Halt(kModule, u"operator<<", u"radix out of range");
-        return *this;
+        return text;
     }
     NumberScratch scratch;
-    auto const digits = NumberText(scratch, value, radix);
+    auto const digits = NumberText(scratch, value, text.radix);
     TChar units[sizeof scratch.digits];
     std::copy(digits.begin(), digits.end(), units);
-    InsertText(GetPos(), {units, digits.size()});
-    return *this;
+    text.InsertTChars(units, static_cast<std::int32_t>(digits.size()));
+    return text;
 }
 
-TCharVFile& TCharVFile::InsertNumber(std::int32_t value) { return InsertDigits(value); }
-TCharVFile& TCharVFile::InsertNumber(std::uint32_t value) { return InsertDigits(value); }
-TCharVFile& TCharVFile::InsertNumber(std::int64_t value) { return InsertDigits(value); }
-TCharVFile& TCharVFile::InsertNumber(std::uint64_t value) { return InsertDigits(value); }
+}  // namespace
+
+TCharVFile& InsertNumber(TCharVFile& text, std::int32_t value) { return InsertDigits(text, value); }
+TCharVFile& InsertNumber(TCharVFile& text, std::uint32_t value) { return InsertDigits(text, value); }
+TCharVFile& InsertNumber(TCharVFile& text, std::int64_t value) { return InsertDigits(text, value); }
+TCharVFile& InsertNumber(TCharVFile& text, std::uint64_t value) { return InsertDigits(text, value); }
+
+}  // namespace internal
 
 }  // namespace vfile

@@ -9,29 +9,18 @@
 
 namespace vfile {
 
-std::int32_t TCharVFile::ReadLine(TChar* dst, std::int32_t size) {
-    if (!dst || size < 1) {
-        res = ResCallError;
-        return 0;
-    }
-    std::int32_t stored = 0;
-    TChar end = 0;
-    while (!IsEolUnit(end) && ReadToEol(dst + stored, size - 1 - stored, stored, end)) {
-    }
-    if (end == u'\r') PassLfUnit();
-    dst[stored] = 0;
-    return stored;
-}
+namespace {
 
 // Reads on in one run, or one unit that lies across two, and keeps what there is room for. `end` is the last unit
 // read. False: the text has ended.
-bool TCharVFile::ReadToEol(TChar* dst, std::int32_t room, std::int32_t& stored, TChar& end) {
-    auto const run = RunAhead(kLoaded);
+bool ReadToEol(VFile& file, TChar* dst, std::int32_t room, std::int32_t& stored, TChar& end) {
+    Engine& e = EngineOf(file);
+    auto const run = e.RunAhead(Engine::kLoaded);
     if (run.size() < sizeof end) {
-        ReadBytes(&end, sizeof end);
-        if (eof) end = 0;
-        if (!eof && !IsEolUnit(end) && room > 0) dst[0] = end, ++stored;
-        return !eof;
+        file.ReadBytes(&end, sizeof end);
+        if (file.eof) end = 0;
+        if (!file.eof && !IsEolUnit(end) && room > 0) dst[0] = end, ++stored;
+        return !file.eof;
     }
     std::size_t const units = run.size() / sizeof end;
     std::size_t const n = UnitsBeforeEol(run.data(), units);
@@ -39,16 +28,32 @@ bool TCharVFile::ReadToEol(TChar* dst, std::int32_t room, std::int32_t& stored, 
     for (std::int32_t i = 0; i < kept; ++i) dst[i] = UnitAt(run.data() + 2 * i);
     stored += kept;
     end = n < units ? UnitAt(run.data() + 2 * n) : TChar{0};
-    MoveInBlock(static_cast<std::ptrdiff_t>(2 * (n < units ? n + 1 : n)));
+    e.MoveInBlock(static_cast<std::ptrdiff_t>(2 * (n < units ? n + 1 : n)));
     return true;
 }
 
 // Behind a CR: takes the LF that belongs to it, and nothing else.
-void TCharVFile::PassLfUnit() {
-    std::int32_t const behindCr = GetPos();
+void PassLfUnit(TCharVFile& text) {
+    std::int32_t const behindCr = text.GetPos();
     TChar unit = 0;
-    ReadTChar(unit);
-    if (eof || unit != u'\n') SetPos(behindCr);
+    text.ReadTChar(unit);
+    if (text.eof || unit != u'\n') text.SetPos(behindCr);
+}
+
+}  // namespace
+
+std::int32_t TCharVFile::ReadLine(TChar* dst, std::int32_t size) {
+    if (!dst || size < 1) {
+        res = ResCallError;
+        return 0;
+    }
+    std::int32_t stored = 0;
+    TChar end = 0;
+    while (!IsEolUnit(end) && ReadToEol(*this, dst + stored, size - 1 - stored, stored, end)) {
+    }
+    if (end == u'\r') PassLfUnit(*this);
+    dst[stored] = 0;
+    return stored;
 }
 
 }  // namespace vfile

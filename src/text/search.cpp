@@ -22,12 +22,12 @@ bool IsWordUnit(TChar unit) { return std::iswalnum(std::wint_t{unit}) != 0; }
 }  // namespace
 
 bool TCharVFile::FindTChars(std::int32_t& position, TChar const* pattern, bool ignoreCase, bool wholeWord) {
-    return Search<Upward>(position, UnitsOfString(pattern), ignoreCase, wholeWord, IsWordUnit);
+    return Search<Upward>(*this, position, UnitsOfString(pattern), ignoreCase, wholeWord, IsWordUnit);
 }
 
 bool TCharVFile::FindBackTChars(std::int32_t& position, TChar const* pattern, bool ignoreCase,
                                 bool wholeWord) {
-    return Search<Downward>(position, UnitsOfString(pattern), ignoreCase, wholeWord, IsWordUnit);
+    return Search<Downward>(*this, position, UnitsOfString(pattern), ignoreCase, wholeWord, IsWordUnit);
 }
 
 // Goes on where ReplaceBuf has left the cursor, which a hook may have moved.

@@ -1,4 +1,4 @@
-// The record of one block of a virtual file. Passive: the operations that link it belong to VFile.
+// The record of one block of a virtual file. Passive: the operations that link it belong to its engine.
 #pragma once
 
 #include <vfile/types.h>
@@ -21,5 +21,13 @@ struct BlkDesc {
 };
 static_assert(BlkSize == kPageSize);
 static_assert(sizeof(BlkDesc) <= 24, "a record and its share of an index are to stay within 40 bytes");
+
+// A place in a chain of blocks: byte `ix` of the block `ptr`, whose first byte is byte `start` of the file. `ix` may
+// equal the length of the block: the same position as the start of the next one.
+struct BlkRdr {
+    BlkDesc* ptr = nullptr;
+    std::int32_t start = 0;
+    std::int16_t ix = 0;
+};
 
 }  // namespace vfile

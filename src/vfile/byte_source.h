@@ -1,11 +1,9 @@
 // Where the bytes of a change or a comparison come from, piece by piece.
 #pragma once
 
-#include <vfile/virtual_file.h>
-
 #include <algorithm>
 
-#include "vfile/block.h"
+#include "vfile/engine.h"
 #include "vfile/private_chain.h"
 
 namespace vfile {
@@ -13,7 +11,7 @@ namespace vfile {
 using BlockRoom = unsigned char[BlkSize];
 
 // Bytes of the caller's. They are used where they lie.
-struct VFile::BytesAt {
+struct BytesAt {
     unsigned char const* next;
 
     void const* Take(std::int32_t len, unsigned char*) {
@@ -26,11 +24,11 @@ struct VFile::BytesAt {
 
 // Bytes of a virtual file, which may be the one that is being changed: they are read through its const
 // readers, all before the first byte of the file moves.
-struct VFile::BytesOf {
-    VFile const& src;
+struct BytesOf {
+    Engine const& src;
     BlkRdr rd;
 
-    BytesOf(VFile const& file, std::int32_t start) : src(file) { src.SetPosC(rd, start); }
+    BytesOf(Engine const& source, std::int32_t start) : src(source) { src.SetPosC(rd, start); }
 
     void const* Take(std::int32_t len, unsigned char* room) {
         src.ReadBytesC(rd, room, len);

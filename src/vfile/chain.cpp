@@ -1,11 +1,9 @@
 // Block records: taking and giving them back, and the only two operations that link or unlink a block of the
 // file.
 #include <vfile/halt.h>
-#include <vfile/virtual_file.h>
-#include <vfile/vmem.h>
 
 #include "vfile/blk_pool.h"
-#include "vfile/block.h"
+#include "vfile/engine.h"
 
 namespace vfile {
 
@@ -37,7 +35,7 @@ private:
 
 // A record of `len` bytes, with a page unless `len` is 0, linked to its neighbours on its own side only. Null
 // when there is no memory for a record, or no page left.
-BlkDesc* VFile::NewBlkPtr(BlkDesc* prev, BlkDesc* next, std::int16_t len) {
+BlkDesc* Engine::NewBlkPtr(BlkDesc* prev, BlkDesc* next, std::int16_t len) {
     TakenRecord record(*pool);
     BlkDesc* const p = record.Get();
     if (!p) return nullptr;
@@ -52,7 +50,7 @@ BlkDesc* VFile::NewBlkPtr(BlkDesc* prev, BlkDesc* next, std::int16_t len) {
 
 // Gives a page to a record without one: a new page, or, when the address range is full, that of a record
 // waiting in the pool. False when there is none either.
-bool VFile::AllocBuf(std::int32_t& addr) {
+bool Engine::AllocBuf(std::int32_t& addr) {
     if (mem->CanAllocPage()) {
         mem->AllocPage(addr);
     } else {
@@ -61,20 +59,20 @@ bool VFile::AllocBuf(std::int32_t& addr) {
     return addr != kNoAddr;
 }
 
-void VFile::DisposeBlkPtr(BlkDesc*& p) {
+void Engine::DisposeBlkPtr(BlkDesc*& p) {
     if (!p) return Halt(kModule, u"DisposeBlkPtr", u"p==NIL");
     pool->Dispose(p);
     p = nullptr;
 }
 
 // Gives back a chain of records in one step; an empty one is no error.
-void VFile::DisposeBlkPtrList(BlkDesc*& head, BlkDesc* tail) {
+void Engine::DisposeBlkPtrList(BlkDesc*& head, BlkDesc* tail) {
     if (head) pool->DisposeChain(head, tail);
     head = nullptr;
 }
 
 // Puts the chain from `head` to `tail` behind `block`.
-void VFile::LinkBehind(BlkDesc* block, BlkDesc* head, BlkDesc* tail) {
+void Engine::LinkBehind(BlkDesc* block, BlkDesc* head, BlkDesc* tail) {
     BlkDesc* const next = block->next;
     block->next = head;
     head->prev = block;
@@ -83,7 +81,7 @@ void VFile::LinkBehind(BlkDesc* block, BlkDesc* head, BlkDesc* tail) {
 }
 
 // Takes the blocks from `head` to `tail` out of the file; they stay linked to each other.
-void VFile::Unlink(BlkDesc* head, BlkDesc* tail) {
+void Engine::Unlink(BlkDesc* head, BlkDesc* tail) {
     BlkDesc* const before = head->prev;
     BlkDesc* const behind = tail->next;
     (before ? before->next : first) = behind;

@@ -2,13 +2,12 @@
 #include "vfile/change.h"
 
 #include <vfile/halt.h>
-#include <vfile/vmem.h>
 
 #include <algorithm>
 #include <cstring>
 
-#include "vfile/block.h"
 #include "vfile/byte_source.h"
+#include "vfile/engine.h"
 
 namespace vfile {
 
@@ -17,7 +16,7 @@ namespace vfile {
 //
 // Prepare, ask, apply. False: refused, vetoed, or no memory.
 template <class Source>
-bool VFile::Apply(Change const& change, Source source) {
+bool Engine::Apply(Change const& change, Source source) {
     BlockRoom room;
     if (FitsCurrentBlock(change)) {
         void const* const bytes = source.Take(change.insLen, room);
@@ -29,42 +28,45 @@ bool VFile::Apply(Change const& change, Source source) {
     std::int32_t const n = std::min(change.insLen, BlkSize - cur.ix);
     void const* const piece = source.Take(n, room);
     if (!source.TakeRest(change.insLen - n, chain)) {
-        res = ResHeapOverflow;
+        file->res = ResHeapOverflow;
         return false;
     }
     return Ask(change) && DoChange(change, piece, n, chain);
 }
 
 void VFile::ReplaceBuf(std::int32_t start, std::int32_t delLen, void const* data, std::int32_t dataLen) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
+    Engine* const e = OwnEngine(*this);
+    if (!e) return HaltA(kModule, __LINE__);
     if (res != ResDone) return;
     if (delLen == SameLen) delLen = dataLen;
-    if (!MayChange(start >= 0 && delLen >= 0 && dataLen >= 0 && (data || dataLen == 0))) return;
+    if (!e->MayChange(start >= 0 && delLen >= 0 && dataLen >= 0 && (data || dataLen == 0))) return;
     Change change{u"ReplaceBuf", start, delLen, dataLen};
-    if (!Position(change)) return;
-    MakeRoom(change);
-    CheckEOL(data, dataLen);
-    if (Apply(change, BytesAt{static_cast<unsigned char const*>(data)})) Publish(change);
+    if (!e->Position(change)) return;
+    e->MakeRoom(change);
+    e->CheckEOL(data, dataLen);
+    if (e->Apply(change, BytesAt{static_cast<unsigned char const*>(data)})) Publish(*this, change);
 }
 
 void VFile::ReplaceTxt(std::int32_t start, std::int32_t delLen, VFile const& src, std::int32_t srcStart,
                        std::int32_t srcLen) {
-    if (!OnOwnThread() || !HasOwnerOf(src)) return HaltA(kModule, __LINE__);
+    Engine* const e = OwnEngine(*this);
+    Engine const& from = EngineOf(src);
+    if (!e || !e->HasOwnerOf(from)) return HaltA(kModule, __LINE__);
     if (res != ResDone) return;
     bool const sameLen = delLen == SameLen;
-    if (!MayChange(start >= 0 && (sameLen || delLen >= 0) && srcStart >= 0 && srcLen >= 0)) return;
-    srcStart = std::min(srcStart, src.length);
-    srcLen = std::min(srcLen, src.length - srcStart);
+    if (!e->MayChange(start >= 0 && (sameLen || delLen >= 0) && srcStart >= 0 && srcLen >= 0)) return;
+    srcStart = std::min(srcStart, from.length);
+    srcLen = std::min(srcLen, from.length - srcStart);
     Change change{u"ReplaceTxt", start, sameLen ? srcLen : delLen, srcLen};
-    if (!Position(change)) return;
-    MakeRoom(change);
-    if (Apply(change, BytesOf(src, srcStart))) Publish(change);
+    if (!e->Position(change)) return;
+    e->MakeRoom(change);
+    if (e->Apply(change, BytesOf(from, srcStart))) Publish(*this, change);
 }
 
 // Copies go in by batches, each a change of its own with its own hooks. The first one removes the whole
 // range.
 void VFile::ReplaceCh(std::int32_t start, std::int32_t delLen, char ch, std::int32_t count) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
+    if (!OwnEngine(*this)) return HaltA(kModule, __LINE__);
     if (count <= 1) return ReplaceBuf(start, delLen, &ch, count);
     if (delLen == SameLen) delLen = count;
     BlockRoom batch;
@@ -80,10 +82,12 @@ void VFile::ReplaceCh(std::int32_t start, std::int32_t delLen, char ch, std::int
 }
 
 // The line-end watch. What it sees stays seen, also when the change is vetoed afterwards.
-void VFile::CheckEOL(void const* data, std::int32_t len) {
-    if (type <= 0 || len <= 0 || !FlagOn(EolWatchOn) || FlagOn(EolWatchOff)) return;
+void Engine::CheckEOL(void const* data, std::int32_t len) {
+    if (file->Type() <= 0 || len <= 0 || !file->FlagOn(VFile::EolWatchOn) || file->FlagOn(VFile::EolWatchOff))
+        return;
     auto const n = static_cast<std::size_t>(len);
-    if (std::memchr(data, '\r', n) || std::memchr(data, '\n', n)) flags |= EolSeen;
+    if (std::memchr(data, '\r', n) || std::memchr(data, '\n', n))
+        internal::Access::FlagsOf(*file) |= VFile::EolSeen;
 }
 
 std::int32_t VFile::PreChange(std::int32_t, std::int32_t, std::int32_t) const { return ResDone; }

@@ -13,13 +13,15 @@
 #pragma once
 
 #include <vfile/result.h>
-#include <vfile/virtual_file.h>
+#include <vfile/types.h>
 
 #include "vfile/block.h"
 
 namespace vfile {
 
-struct VFile::Change {
+class VFile;
+
+struct Change {
     TChar const* operation;  // named in the stop of a hook that breaks its contract
     std::int32_t start;
     std::int32_t delLen;
@@ -27,7 +29,7 @@ struct VFile::Change {
 };
 
 // The blocks behind the current one that a change takes out of the file; none when both are null.
-struct VFile::Cut {
+struct Cut {
     BlkDesc* head = nullptr;
     BlkDesc* tail = nullptr;
     std::int32_t bytes = 0;  // they had, and one that was cut into behind them
@@ -38,5 +40,8 @@ struct VFile::Cut {
         tail = next;
     }
 };
+
+// The last stage.
+void Publish(VFile& file, Change const& change);
 
 }  // namespace vfile

@@ -1,6 +1,5 @@
 // Comparison of contents. Reads by places of its own, which see what still stands in the buffer only.
 #include <vfile/halt.h>
-#include <vfile/virtual_file.h>
 
 #include <algorithm>
 #include <cstring>
@@ -28,28 +27,29 @@ std::strong_ordering Order(A a, B b, std::int32_t len) {
 }  // namespace
 
 bool operator==(VFile const& a, VFile const& b) {
-    if (!a.CheckSameOwner(b, __LINE__)) return false;
-    return a.length == b.length && (a <=> b) == 0;
+    if (!CheckSameOwner(a, b, __LINE__)) return false;
+    return a.Length() == b.Length() && (a <=> b) == 0;
 }
 
 bool operator==(VFile const& a, char const* s) {
-    if (!a.CheckSameOwner(a, __LINE__)) return false;
-    return std::strlen(s) == static_cast<std::size_t>(a.length) && (a <=> s) == 0;
+    if (!CheckSameOwner(a, a, __LINE__)) return false;
+    return std::strlen(s) == static_cast<std::size_t>(a.Length()) && (a <=> s) == 0;
 }
 
 std::strong_ordering operator<=>(VFile const& a, VFile const& b) {
-    if (!a.CheckSameOwner(b, __LINE__)) return std::strong_ordering::less;
-    auto const order = Order(VFile::BytesOf(a, 0), VFile::BytesOf(b, 0), std::min(a.length, b.length));
-    return order != 0 ? order : a.length <=> b.length;
+    if (!CheckSameOwner(a, b, __LINE__)) return std::strong_ordering::less;
+    auto const order =
+        Order(BytesOf(EngineOf(a), 0), BytesOf(EngineOf(b), 0), std::min(a.Length(), b.Length()));
+    return order != 0 ? order : a.Length() <=> b.Length();
 }
 
 std::strong_ordering operator<=>(VFile const& a, char const* s) {
-    if (!a.CheckSameOwner(a, __LINE__)) return std::strong_ordering::less;
+    if (!CheckSameOwner(a, a, __LINE__)) return std::strong_ordering::less;
     std::size_t const len = std::strlen(s);
-    auto const common = static_cast<std::int32_t>(std::min(len, static_cast<std::size_t>(a.length)));
+    auto const common = static_cast<std::int32_t>(std::min(len, static_cast<std::size_t>(a.Length())));
     auto const order =
-        Order(VFile::BytesOf(a, 0), VFile::BytesAt{reinterpret_cast<unsigned char const*>(s)}, common);
-    return order != 0 ? order : static_cast<std::size_t>(a.length) <=> len;
+        Order(BytesOf(EngineOf(a), 0), BytesAt{reinterpret_cast<unsigned char const*>(s)}, common);
+    return order != 0 ? order : static_cast<std::size_t>(a.Length()) <=> len;
 }
 
 }  // namespace vfile

@@ -1,13 +1,11 @@
 // Reads by a place of the caller's own, which change nothing in the file. They see what still stands in the
 // buffer only, so that a file can be read while it is being changed.
 #include <vfile/halt.h>
-#include <vfile/virtual_file.h>
-#include <vfile/vmem.h>
 
 #include <algorithm>
 #include <cstring>
 
-#include "vfile/block.h"
+#include "vfile/engine.h"
 
 namespace vfile {
 
@@ -21,13 +19,13 @@ bool StepToNext(BlkRdr& rd) {
 
 }  // namespace
 
-void VFile::SetPosC(BlkRdr& rd, std::int32_t position) const {
+void Engine::SetPosC(BlkRdr& rd, std::int32_t position) const {
     if (position < 0) return Halt(kModule, u"SetPosC", u"call error");
     rd = cur;
     SeekBlk(rd, std::min(position, length), false);
 }
 
-void VFile::ReadByteC(BlkRdr& rd, unsigned char& b) const {
+void Engine::ReadByteC(BlkRdr& rd, unsigned char& b) const {
     if (rd.start + rd.ix >= length) return Halt(kModule, u"ReadByteC", u"call error");
     while (rd.ix >= rd.ptr->len) {
         if (!StepToNext(rd)) return Halt(kModule, u"ReadByteC", u"rd.ptr->next==NIL");
@@ -36,7 +34,7 @@ void VFile::ReadByteC(BlkRdr& rd, unsigned char& b) const {
     ++rd.ix;
 }
 
-void VFile::ReadBytesC(BlkRdr& rd, void* dst, std::int32_t count) const {
+void Engine::ReadBytesC(BlkRdr& rd, void* dst, std::int32_t count) const {
     if (count < 0 || count > length - (rd.start + rd.ix) || !dst) {
         return Halt(kModule, u"ReadBytesC", u"call error");
     }
@@ -55,7 +53,7 @@ void VFile::ReadBytesC(BlkRdr& rd, void* dst, std::int32_t count) const {
 }
 
 // Copies `count` bytes that lie wholly in the block of `rd`, from the buffer when that holds the block.
-void VFile::CopyOutC(BlkRdr const& rd, void* dst, std::int16_t count) const {
+void Engine::CopyOutC(BlkRdr const& rd, void* dst, std::int16_t count) const {
     if (rd.ptr == cur.ptr && bufValid) {
         std::memcpy(dst, buf + rd.ix, static_cast<std::size_t>(count));
     } else {

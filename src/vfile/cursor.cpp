@@ -8,47 +8,48 @@
 // The buffer goes back to the page once, when the cursor leaves the block.
 #include <vfile/halt.h>
 #include <vfile/result.h>
-#include <vfile/virtual_file.h>
-#include <vfile/vmem.h>
 
 #include <algorithm>
 #include <new>
 
-#include "vfile/block.h"
+#include "vfile/engine.h"
 
 namespace vfile {
 
 void VFile::SetPos(std::int32_t position) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
+    Engine* const e = OwnEngine(*this);
+    if (!e) return HaltA(kModule, __LINE__);
     if (position < 0) {
         res = ResCallError;
         return;
     }
-    BlkRdr place{cur.ptr, cur.start, 0};
-    SeekBlk(place, std::min(position, length), false);
-    MoveTo(place);
+    BlkRdr place{e->cur.ptr, e->cur.start, 0};
+    e->SeekBlk(place, std::min(position, e->length), false);
+    e->MoveTo(place);
     res = ResDone;
     eof = false;
 }
 
 void VFile::SetPos(std::int32_t offset, int whence) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
+    Engine const* const e = OwnEngine(*this);
+    if (!e) return HaltA(kModule, __LINE__);
     if (whence < 0 || whence > 2) {
         res = ResCallError;
         return;
     }
-    std::int64_t const base = whence == 0 ? 0 : whence == 1 ? pos : length;
+    std::int64_t const base = whence == 0 ? 0 : whence == 1 ? e->pos : e->length;
     SetPos(static_cast<std::int32_t>(std::clamp<std::int64_t>(base + offset, -1, MaxLen)));
 }
 
 void VFile::Flush() {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
-    LeaveBlock();
-    delete[] buf;
-    buf = nullptr;
+    Engine* const e = OwnEngine(*this);
+    if (!e) return HaltA(kModule, __LINE__);
+    e->LeaveBlock();
+    delete[] e->buf;
+    e->buf = nullptr;
 }
 
-void VFile::MoveTo(BlkRdr const& place) {
+void Engine::MoveTo(BlkRdr const& place) {
     if (place.ptr != cur.ptr) {
         LeaveBlock();
         if (carried != 0) HandOver();
@@ -61,13 +62,13 @@ void VFile::MoveTo(BlkRdr const& place) {
 
 // To the first byte of the next block, or behind the last one of the block before. False, and nothing moved,
 // at the end of the chain.
-bool VFile::MoveToNextBlock() {
+bool Engine::MoveToNextBlock() {
     if (!cur.ptr->next) return false;
     MoveTo({cur.ptr->next, cur.start + cur.ptr->len, 0});
     return true;
 }
 
-bool VFile::MoveToPrevBlock() {
+bool Engine::MoveToPrevBlock() {
     BlkDesc* const prev = cur.ptr->prev;
     if (!prev) return false;
     MoveTo({prev, cur.start - prev->len, prev->len});
@@ -75,14 +76,14 @@ bool VFile::MoveToPrevBlock() {
 }
 
 // The one rule of writing back.
-void VFile::LeaveBlock() {
+void Engine::LeaveBlock() {
     if (bufDirty) mem->Set(cur.ptr->addr, buf, cur.ptr->len);
     bufDirty = false;
     bufValid = false;
 }
 
 // Brings the current block into the buffer. False when there is no memory for the buffer.
-bool VFile::LoadBlock() {
+bool Engine::LoadBlock() {
     if (bufValid) return true;
     if (!buf) buf = new (std::nothrow) unsigned char[BlkSize];
     if (!buf) return false;

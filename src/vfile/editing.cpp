@@ -10,16 +10,6 @@
 
 namespace vfile {
 
-// A string longer than any file is too long like any other source.
-void VFile::ReplaceStr(std::int32_t start, std::int32_t delLen, char const* s) {
-    std::size_t const len = std::strlen(s);
-    if (len <= static_cast<std::size_t>(MaxLen)) {
-        ReplaceBuf(start, delLen, s, static_cast<std::int32_t>(len));
-    } else if (res == ResDone) {
-        res = ResTooLong;
-    }
-}
-
 // A file assigned to itself is a source that overlaps, as good as any: its bytes stay.
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 VFile& VFile::operator=(VFile const& src) {
@@ -28,7 +18,7 @@ VFile& VFile::operator=(VFile const& src) {
 }
 
 VFile& VFile::operator=(char const* s) {
-    ReplaceStr(0, Length(), s);
+    internal::ReplaceString(*this, 0, Length(), s);
     return *this;
 }
 
@@ -77,21 +67,40 @@ VFile& VFile::operator>>(VFile& target) {
     return *this;
 }
 
-template <class T>
-VFile& VFile::WriteDigits(T value) {
-    if (!IsRadix(radix)) {
-        Halt(kModule, u"operator<<", u"radix out of range");
-        return *this;
+namespace internal {
+
+// A string longer than any file is too long like any other source.
+void ReplaceString(VFile& file, std::int32_t start, std::int32_t delLen, char const* s) {
+    std::size_t const len = std::strlen(s);
+    if (len <= static_cast<std::size_t>(MaxLen)) {
+        file.ReplaceBuf(start, delLen, s, static_cast<std::int32_t>(len));
+    } else if (file.res == ResDone) {
+        file.res = ResTooLong;
     }
-    NumberScratch scratch;
-    auto const digits = NumberText(scratch, value, radix);
-    ReplaceBuf(pos, AsManyUnlessInserting(SameLen), digits.data(), static_cast<std::int32_t>(digits.size()));
-    return *this;
 }
 
-VFile& VFile::WriteNumber(std::int32_t value) { return WriteDigits(value); }
-VFile& VFile::WriteNumber(std::uint32_t value) { return WriteDigits(value); }
-VFile& VFile::WriteNumber(std::int64_t value) { return WriteDigits(value); }
-VFile& VFile::WriteNumber(std::uint64_t value) { return WriteDigits(value); }
+namespace {
+
+template <class T>
+VFile& WriteDigits(VFile& file, T value) {
+    if (!IsRadix(file.radix)) {
+        Halt(kModule, u"operator<<", u"radix out of range");
+        return file;
+    }
+    NumberScratch scratch;
+    auto const digits = NumberText(scratch, value, file.radix);
+    std::int32_t const goes = file.FlagOn(VFile::InsertMode) ? 0 : SameLen;
+    file.ReplaceBuf(file.GetPos(), goes, digits.data(), static_cast<std::int32_t>(digits.size()));
+    return file;
+}
+
+}  // namespace
+
+VFile& WriteNumber(VFile& file, std::int32_t value) { return WriteDigits(file, value); }
+VFile& WriteNumber(VFile& file, std::uint32_t value) { return WriteDigits(file, value); }
+VFile& WriteNumber(VFile& file, std::int64_t value) { return WriteDigits(file, value); }
+VFile& WriteNumber(VFile& file, std::uint64_t value) { return WriteDigits(file, value); }
+
+}  // namespace internal
 
 }  // namespace vfile

@@ -1,8 +1,7 @@
 #include <vfile/halt.h>
 #include <vfile/result.h>
-#include <vfile/virtual_file.h>
 
-#include "vfile/block.h"
+#include "vfile/engine.h"
 
 namespace vfile {
 
@@ -12,7 +11,7 @@ constexpr std::int32_t kToggleMask = 0x1ff;  // Locked and EolSeen lie outside
 
 // Each bit is told of on its own, the lowest first.
 void VFile::ToggleFlag(std::int32_t mask) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
+    if (!OwnEngine(*this)) return HaltA(kModule, __LINE__);
     if (res != ResDone) return;
     if (FlagOn(Locked)) {
         res = ResContextError;

@@ -2,13 +2,13 @@
 
 namespace vfile {
 
-std::int64_t VFile::HostEnd::SureBytes() const {
+std::int64_t HostEnd::SureBytes() const {
     std::int64_t ahead = 0;
     bool const told = !(file && file->res != ResDone) && platform::BytesAhead(handle, ahead);
     return told ? ahead : 0;
 }
 
-bool VFile::HostEnd::Read(void* dst, std::int32_t len, std::int32_t& got) {
+bool HostEnd::Read(void* dst, std::int32_t len, std::int32_t& got) {
     if (file) {
         got = file->ReadBytes(dst, len);
         code = GetFileRes(*file);
@@ -23,7 +23,7 @@ bool VFile::HostEnd::Read(void* dst, std::int32_t len, std::int32_t& got) {
 
 // Past HFile::WriteBytes, with the same outcome: that does not tell how much of a failed write went out, and in
 // a pipe or behind O_APPEND no position would.
-bool VFile::HostEnd::Write(void const* src, std::int32_t len, std::int32_t& put) {
+bool HostEnd::Write(void const* src, std::int32_t len, std::int32_t& put) {
     put = 0;
     if (file && file->res != ResDone) {
         code = GetFileRes(*file);

@@ -2,14 +2,13 @@
 #pragma once
 
 #include <vfile/result.h>
-#include <vfile/virtual_file.h>
 
 #include "hostfile/open_file.h"
 #include "vfile/inflow.h"
 
 namespace vfile {
 
-class VFile::HostEnd final : public Inflow {
+class HostEnd final : public Inflow {
 public:
     explicit HostEnd(HFile& hostFile) : file(&hostFile), handle(HandleOf(hostFile)) {}
     explicit HostEnd(void* hostHandle) : handle(hostHandle) {}

@@ -1,13 +1,10 @@
 #include "vfile/invariants.h"
 
-#include <vfile/vmem.h>
-
 #include <algorithm>
 #include <cstring>
 #include <vector>
 
 #include "vfile/blk_index.h"
-#include "vfile/block.h"
 
 namespace vfile {
 
@@ -24,7 +21,8 @@ bool IsShort(BlkDesc const* block) {
 }
 }  // namespace
 
-char const* VFileInspector::BrokenBlock(VFile const& file, BlkDesc const& block) {
+char const* VFileInspector::BrokenBlock(VFile const& face, BlkDesc const& block) {
+    Engine const& file = EngineOf(face);
     if (block.prev ? block.prev->next != &block : file.first != &block) return "1: links disagree";
     if (block.next ? block.next->prev != &block : file.last != &block) return "1: links disagree";
     if (block.len < 0 || block.len > BlkSize) return "2: block length out of range";
@@ -33,7 +31,8 @@ char const* VFileInspector::BrokenBlock(VFile const& file, BlkDesc const& block)
     return nullptr;
 }
 
-char const* VFileInspector::BrokenCursor(VFile const& file) {
+char const* VFileInspector::BrokenCursor(VFile const& face) {
+    Engine const& file = EngineOf(face);
     BlkRdr const& cur = file.cur;
     if (!cur.ptr) return "4: cursor without a block";
     if (cur.ix < 0 || cur.ix > cur.ptr->len) return "4: cursor outside its block";
@@ -47,8 +46,9 @@ char const* VFileInspector::BrokenCursor(VFile const& file) {
 }
 
 // `marks` are those of the blocks before this one. What the current block carries is not told to those behind it.
-char const* VFileInspector::BrokenMark(VFile const& file, BlkDesc const& block, std::int64_t start,
+char const* VFileInspector::BrokenMark(VFile const& face, BlkDesc const& block, std::int64_t start,
                                        std::size_t& marks) {
+    Engine const& file = EngineOf(face);
     BlkIndex const* const index = file.index;
     if (!index || marks == index->Count() || index->Block(marks) != &block) return nullptr;
     bool const behind = index->Start(marks) > file.cur.start;
@@ -57,14 +57,15 @@ char const* VFileInspector::BrokenMark(VFile const& file, BlkDesc const& block, 
     return wrong ? "7: mark with another start" : nullptr;
 }
 
-char const* VFileInspector::BrokenChain(VFile const& file) {
+char const* VFileInspector::BrokenChain(VFile const& face) {
+    Engine const& file = EngineOf(face);
     std::int64_t sum = 0;  // wider than the length: the sum itself must not wrap
     std::int64_t cursorStart = -1;
     std::size_t marks = 0;
     for (BlkDesc const* block = file.first; block; block = block->next) {
-        if (char const* const broken = BrokenBlock(file, *block)) return broken;
+        if (char const* const broken = BrokenBlock(face, *block)) return broken;
         if (block == file.cur.ptr) cursorStart = sum;
-        if (char const* const broken = BrokenMark(file, *block, sum, marks)) return broken;
+        if (char const* const broken = BrokenMark(face, *block, sum, marks)) return broken;
         sum += block->len;
     }
     if (sum != file.length) return "3: lengths do not add up";
@@ -73,7 +74,8 @@ char const* VFileInspector::BrokenChain(VFile const& file) {
     return cursorStart == file.cur.start ? nullptr : "4: start of the current block";
 }
 
-char const* VFileInspector::BrokenPages(VFile const& file) {
+char const* VFileInspector::BrokenPages(VFile const& face) {
+    Engine const& file = EngineOf(face);
     std::vector<std::int32_t> pages;
     for (BlkDesc const* block = file.first; block; block = block->next) {
         if (block->addr != kNoAddr) pages.push_back(block->addr);
@@ -83,7 +85,8 @@ char const* VFileInspector::BrokenPages(VFile const& file) {
     return shared ? "5: two blocks on one page" : nullptr;
 }
 
-char const* VFileInspector::BrokenBuffer(VFile const& file) {
+char const* VFileInspector::BrokenBuffer(VFile const& face) {
+    Engine const& file = EngineOf(face);
     if (!file.bufValid || file.bufDirty) return nullptr;
     unsigned char page[BlkSize];
     BlkDesc const& block = *file.cur.ptr;

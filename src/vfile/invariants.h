@@ -13,7 +13,7 @@
 //      start; what the current block has grown since the index was told is missing behind it.
 #pragma once
 
-#include <vfile/virtual_file.h>
+#include "vfile/engine.h"
 
 namespace vfile {
 
@@ -26,27 +26,31 @@ char const* BrokenRuleAtCursor(VFile const& file);
 
 // Looks at everything, for the checks and the tests, and changes nothing itself.
 struct VFileInspector {
-    static BlkDesc* First(VFile const& file) { return file.first; }
-    static BlkDesc* Last(VFile const& file) { return file.last; }
-    static BlkRdr& Cursor(VFile& file) { return file.cur; }
-    static BlkRdr const& Cursor(VFile const& file) { return file.cur; }
-    static std::int32_t& Length(VFile& file) { return file.length; }
-    static std::int32_t& Flags(VFile& file) { return file.flags; }
-    static std::int32_t& Type(VFile& file) { return file.type; }
-    static std::int32_t& Pos(VFile& file) { return file.pos; }
-    static bool& BufValid(VFile& file) { return file.bufValid; }
-    static bool& BufDirty(VFile& file) { return file.bufDirty; }
-    static unsigned char*& Buffer(VFile& file) { return file.buf; }
-    static bool BufValid(VFile const& file) { return file.bufValid; }
-    static bool BufDirty(VFile const& file) { return file.bufDirty; }
-    static unsigned char const* Buffer(VFile const& file) { return file.buf; }
-    static BlkIndex const* Index(VFile const& file) { return file.index; }
-    static internal::PagedMemory& Memory(VFile const& file) { return *file.mem; }
-    static BlkPool& Pool(VFile const& file) { return *file.pool; }
-    static void SetPosC(VFile const& file, BlkRdr& rd, std::int32_t position) { file.SetPosC(rd, position); }
-    static void ReadByteC(VFile const& file, BlkRdr& rd, unsigned char& b) { file.ReadByteC(rd, b); }
+    static BlkDesc* First(VFile const& file) { return EngineOf(file).first; }
+    static BlkDesc* Last(VFile const& file) { return EngineOf(file).last; }
+    static BlkRdr& Cursor(VFile& file) { return EngineOf(file).cur; }
+    static BlkRdr const& Cursor(VFile const& file) { return EngineOf(file).cur; }
+    static std::int32_t& Length(VFile& file) { return EngineOf(file).length; }
+    static std::int32_t& Flags(VFile& file) { return internal::Access::FlagsOf(file); }
+    static std::int32_t& Type(VFile& file) { return internal::Access::TypeOf(file); }
+    static std::int32_t& Pos(VFile& file) { return EngineOf(file).pos; }
+    static bool& BufValid(VFile& file) { return EngineOf(file).bufValid; }
+    static bool& BufDirty(VFile& file) { return EngineOf(file).bufDirty; }
+    static unsigned char*& Buffer(VFile& file) { return EngineOf(file).buf; }
+    static bool BufValid(VFile const& file) { return EngineOf(file).bufValid; }
+    static bool BufDirty(VFile const& file) { return EngineOf(file).bufDirty; }
+    static unsigned char const* Buffer(VFile const& file) { return EngineOf(file).buf; }
+    static BlkIndex const* Index(VFile const& file) { return EngineOf(file).index; }
+    static internal::PagedMemory& Memory(VFile const& file) { return *EngineOf(file).mem; }
+    static BlkPool& Pool(VFile const& file) { return *EngineOf(file).pool; }
+    static void SetPosC(VFile const& file, BlkRdr& rd, std::int32_t position) {
+        EngineOf(file).SetPosC(rd, position);
+    }
+    static void ReadByteC(VFile const& file, BlkRdr& rd, unsigned char& b) {
+        EngineOf(file).ReadByteC(rd, b);
+    }
     static void ReadBytesC(VFile const& file, BlkRdr& rd, void* dst, std::int32_t count) {
-        file.ReadBytesC(rd, dst, count);
+        EngineOf(file).ReadBytesC(rd, dst, count);
     }
 
     static char const* BrokenBlock(VFile const& file, BlkDesc const& block);

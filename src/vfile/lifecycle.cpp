@@ -1,8 +1,6 @@
 // The birth and the end of a file, and of the memory and the pool that all files of a thread share.
 #include <vfile/halt.h>
 #include <vfile/result.h>
-#include <vfile/virtual_file.h>
-#include <vfile/vmem.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -10,11 +8,9 @@
 #include <new>
 #include <utility>
 
-#include "frame/access.h"
-#include "platform/platform.h"
 #include "vfile/blk_index.h"
 #include "vfile/blk_pool.h"
-#include "vfile/block.h"
+#include "vfile/engine.h"
 #include "vfile/thread_slots.h"
 
 namespace vfile {
@@ -25,6 +21,11 @@ namespace {
 void Require(bool condition, std::int32_t line) {
     if (condition) return;
     HaltA(kModule, line);
+    std::abort();
+}
+
+void StopForMemory() {
+    Halt(kModule, u"Init", u"first==NIL, heap overflow");
     std::abort();
 }
 
@@ -85,71 +86,63 @@ private:
     bool kept = false;
 };
 
-}  // namespace
-
-VFile::VFile() { Init(); }
-
-void VFile::Init() {
+Engine* NewEngine(VFile& face) {
     Membership membership;
+    std::unique_ptr<Engine> engine(new (std::nothrow) Engine);
+    if (!engine) StopForMemory();
+    engine->file = &face;
     VMem const* const memory = TLS_GetVMem();
-    pool = TLS_GetBlkPool();
-    Require(memory && pool, __LINE__);
-    mem = internal::Access::StateOf(*memory).get();
-    first = NewBlkPtr(nullptr, nullptr, 0);
-    if (!first) {
-        Halt(kModule, u"Init", u"first==NIL, heap overflow");
-        std::abort();
-    }
-    last = first;
-    cur = {first, 0, 0};
-    owner = platform::CurrentThreadId();
-    birth = platform::ForkCount();
+    engine->pool = TLS_GetBlkPool();
+    Require(memory && engine->pool, __LINE__);
+    engine->mem = internal::Access::StateOf(*memory).get();
+    engine->first = engine->NewBlkPtr(nullptr, nullptr, 0);
+    if (!engine->first) StopForMemory();
+    engine->last = engine->first;
+    engine->cur = {engine->first, 0, 0};
+    engine->owner = platform::CurrentThreadId();
+    engine->birth = platform::ForkCount();
     membership.Keep();
+    return engine.release();
 }
 
+}  // namespace
+
+VFile::VFile() : vfileState(NewEngine(*this)) {}
+
 VFile::~VFile() {
-    if (birth != platform::ForkCount()) return;  // the parent's; its memory is not ours to touch
-    if (!OnOwnThread() || TLS_GetFileCount() == 0) {
+    Engine* const e = &EngineOf(*this);
+    if (e->birth != platform::ForkCount()) return;  // the parent's; its memory is not ours to touch
+    if (!e->OnOwnThread() || TLS_GetFileCount() == 0) {
         HaltA(kModule, __LINE__);
         return;
     }
-    pool->DisposeChain(first, last);
-    delete index;
-    delete[] buf;
+    e->pool->DisposeChain(e->first, e->last);
+    delete e->index;
+    delete[] e->buf;
+    delete e;
     CountOut();
 }
 
-bool VFile::OnOwnThread() const {
-    return owner == platform::CurrentThreadId() && birth == platform::ForkCount();
-}
-
-bool VFile::HasOwnerOf(VFile const& other) const { return owner == other.owner && birth == other.birth; }
-
-bool VFile::CheckSameOwner(VFile const& other, std::int32_t line) const {
-    if (OnOwnThread() && HasOwnerOf(other)) return true;
+bool CheckSameOwner(VFile const& a, VFile const& b, std::int32_t line) {
+    Engine const& e = EngineOf(a);
+    if (e.OnOwnThread() && e.HasOwnerOf(EngineOf(b))) return true;
     HaltA(kModule, line);
     return false;
 }
 
-// The count of changes only ever grows, so that a hook that swaps is found out.
+// Each engine keeps the place of its file. The count of changes only ever grows, so that a hook that swaps is found out.
 void VFile::Swap(VFile& other) {
-    if (!CheckSameOwner(other, __LINE__)) return;
+    if (!CheckSameOwner(*this, other, __LINE__)) return;
     std::swap(res, other.res);
     std::swap(eof, other.eof);
     std::swap(radix, other.radix);
     std::swap(flags, other.flags);
     std::swap(type, other.type);
-    std::swap(pos, other.pos);
-    std::swap(length, other.length);
-    std::swap(first, other.first);
-    std::swap(last, other.last);
-    std::swap(cur, other.cur);
-    std::swap(index, other.index);
-    std::swap(carried, other.carried);
-    std::swap(buf, other.buf);
-    std::swap(bufValid, other.bufValid);
-    std::swap(bufDirty, other.bufDirty);
-    changes = other.changes = std::max(changes, other.changes) + 1;
+    Engine& a = EngineOf(*this);
+    Engine& b = EngineOf(other);
+    std::swap(a, b);
+    std::swap(a.file, b.file);
+    a.changes = b.changes = std::max(a.changes, b.changes) + 1;
 }
 
 void VFile::CheckInvariants() const {}

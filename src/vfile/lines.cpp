@@ -1,74 +1,77 @@
 // The line model: nothing is stored, every answer is read from the bytes around the position.
 #include <vfile/halt.h>
 #include <vfile/result.h>
-#include <vfile/virtual_file.h>
 
 #include <algorithm>
 #include <cstring>
 
-#include "vfile/block.h"
 #include "vfile/eol_scan.h"
 #include "vfile/runs.h"
 
 namespace vfile {
 
 namespace {
+
 constexpr unsigned char kCr = '\r';
 constexpr unsigned char kLf = '\n';
-}  // namespace
 
 // The bytes of `run`, which begins at the cursor, before a line end. Lines are read one after the other, and most files
 // hold no CR: each block is asked for one only once.
-std::size_t VFile::BytesOfLine(std::span<unsigned char const> run) {
-    if (crCheck.block != cur.ptr || crCheck.changes != changes) {
-        void const* const cr = std::memchr(run.data() - cur.ix, kCr, static_cast<std::size_t>(cur.ptr->len));
-        crCheck = {cur.ptr, changes, cr != nullptr};
+std::size_t BytesOfLine(Engine& e, std::span<unsigned char const> run) {
+    if (e.crCheck.block != e.cur.ptr || e.crCheck.changes != e.changes) {
+        unsigned char const* const block = run.data() - e.cur.ix;
+        void const* const cr = std::memchr(block, kCr, static_cast<std::size_t>(e.cur.ptr->len));
+        e.crCheck = {e.cur.ptr, e.changes, cr != nullptr};
     }
-    return crCheck.found ? BytesBeforeEol(run) : BytesBefore(kLf, run);
+    return e.crCheck.found ? BytesBeforeEol(run) : BytesBefore(kLf, run);
 }
 
 // Reads on until a byte of a line end has been read, which is given in `end`. False: the end of the file came first.
-bool VFile::PassToEol(unsigned char& end) {
+bool PassToEol(VFile& file, unsigned char& end) {
+    Engine& e = EngineOf(file);
     for (;;) {
-        auto const run = RunAhead(kLoaded);
+        auto const run = e.RunAhead(Engine::kLoaded);
         if (run.empty()) {
-            eof = true;
+            file.eof = true;
             return false;
         }
         std::size_t const n = BytesBeforeEol(run);
         if (n < run.size()) {
             end = run[n];
-            MoveInBlock(static_cast<std::ptrdiff_t>(n + 1));
+            e.MoveInBlock(static_cast<std::ptrdiff_t>(n + 1));
             return true;
         }
-        MoveInBlock(static_cast<std::ptrdiff_t>(n));
+        e.MoveInBlock(static_cast<std::ptrdiff_t>(n));
     }
 }
 
 // Reads back until a byte of a line end has been read. False: the start of the file came first.
-bool VFile::PassBackToEol() {
+bool PassBackToEol(VFile& file) {
+    Engine& e = EngineOf(file);
     for (;;) {
-        auto const run = RunBehind(kLoaded);
+        auto const run = e.RunBehind(Engine::kLoaded);
         if (run.empty()) {
-            eof = true;
+            file.eof = true;
             return false;
         }
         std::size_t const n = BytesBehindEol(run);
         if (n < run.size()) {
-            MoveInBlock(-static_cast<std::ptrdiff_t>(n + 1));
+            e.MoveInBlock(-static_cast<std::ptrdiff_t>(n + 1));
             return true;
         }
-        MoveInBlock(-static_cast<std::ptrdiff_t>(n));
+        e.MoveInBlock(-static_cast<std::ptrdiff_t>(n));
     }
 }
 
 // Behind a CR: takes the LF that belongs to it, and nothing else.
-void VFile::PassLf() {
-    std::int32_t const behindCr = pos;
+void PassLf(VFile& file) {
+    std::int32_t const behindCr = file.GetPos();
     unsigned char b;
-    ReadByte(b);
-    if (eof || b != kLf) SetPos(behindCr);
+    file.ReadByte(b);
+    if (file.eof || b != kLf) file.SetPos(behindCr);
 }
+
+}  // namespace
 
 bool VFile::AfterCRLF(std::int32_t position) {
     unsigned char b;
@@ -80,7 +83,7 @@ bool VFile::AfterCRLF(std::int32_t position) {
 }
 
 bool VFile::BetweenCRLF(std::int32_t position) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__), false;
+    if (!OwnEngine(*this)) return HaltA(kModule, __LINE__), false;
     return position >= 1 && BeforeCRLF(position - 1);
 }
 
@@ -94,12 +97,12 @@ bool VFile::BeforeCRLF(std::int32_t position) {
 }
 
 std::int32_t VFile::LineStart(std::int32_t position) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__), 0;
+    if (!OwnEngine(*this)) return HaltA(kModule, __LINE__), 0;
     if (position < 0) {
         res = ResCallError;
         return 0;
     }
-    position = std::min(position, length);
+    position = std::min(position, Length());
     if (position == 0) return 0;
     unsigned char b;
     SetPos(position);
@@ -111,11 +114,11 @@ std::int32_t VFile::LineStart(std::int32_t position) {
         --position;
     }
     SetPos(position);
-    return PassBackToEol() ? pos + 1 : 0;
+    return PassBackToEol(*this) ? GetPos() + 1 : 0;
 }
 
 void VFile::LineSize(std::int32_t position, std::int32_t& start, std::int32_t& size, std::int32_t& eol) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
+    if (!OwnEngine(*this)) return HaltA(kModule, __LINE__);
     if (position < 0) {
         res = ResCallError;
         return;
@@ -124,8 +127,8 @@ void VFile::LineSize(std::int32_t position, std::int32_t& start, std::int32_t& s
     SetPos(start);
     eol = 0;
     unsigned char b;
-    bool const ended = PassToEol(b);
-    size = pos - start;
+    bool const ended = PassToEol(*this, b);
+    size = GetPos() - start;
     if (!ended) return;
     eol = 1;
     if (b != kCr) return;
@@ -136,7 +139,7 @@ void VFile::LineSize(std::int32_t position, std::int32_t& start, std::int32_t& s
 }
 
 std::int32_t VFile::LineEnd(std::int32_t position, bool withEol) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__), 0;
+    if (!OwnEngine(*this)) return HaltA(kModule, __LINE__), 0;
     if (position < 0) {
         res = ResCallError;
         return 0;
@@ -149,24 +152,25 @@ std::int32_t VFile::LineEnd(std::int32_t position, bool withEol) {
 }
 
 std::int32_t VFile::LineIndent(std::int32_t position) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__), 0;
+    if (!OwnEngine(*this)) return HaltA(kModule, __LINE__), 0;
     if (position < 0) {
         res = ResCallError;
         return 0;
     }
     std::int32_t const start = LineStart(position);
     SetPos(start);
+    Engine& e = EngineOf(*this);
     for (;;) {
-        auto const run = RunAhead(kLoaded);
+        auto const run = e.RunAhead(Engine::kLoaded);
         if (run.empty()) {
             eof = true;
-            return pos - start;
+            return GetPos() - start;
         }
         auto const other = std::ranges::find_if(run, [](unsigned char b) { return b != ' '; });
-        MoveInBlock(other - run.begin());
+        e.MoveInBlock(other - run.begin());
         if (other == run.end()) continue;
-        MoveInBlock(1);  // the byte that ended the count has been read
-        return pos - 1 - start;
+        e.MoveInBlock(1);  // the byte that ended the count has been read
+        return GetPos() - 1 - start;
     }
 }
 
@@ -175,35 +179,36 @@ int VFile::ReadLine(char* dst, std::int32_t size) {
         res = ResCallError;
         return 0;
     }
+    Engine& e = EngineOf(*this);
     std::int32_t stored = 0;
     for (;;) {
-        auto const run = RunAhead(kLoaded);
+        auto const run = e.RunAhead(Engine::kLoaded);
         if (run.empty()) {
             eof = true;
             break;
         }
-        std::size_t const n = BytesOfLine(run);
+        std::size_t const n = BytesOfLine(e, run);
         auto const kept = std::min(static_cast<std::int32_t>(n), size - 1 - stored);
         std::memcpy(dst + stored, run.data(), static_cast<std::size_t>(kept));
         stored += kept;
         bool const ended = n < run.size();
         bool const isCr = ended && run[n] == kCr;
-        MoveInBlock(static_cast<std::ptrdiff_t>(ended ? n + 1 : n));
-        if (isCr) PassLf();
+        e.MoveInBlock(static_cast<std::ptrdiff_t>(ended ? n + 1 : n));
+        if (isCr) PassLf(*this);
         if (ended) break;
     }
     dst[stored] = 0;
     return stored;
 }
 
-int VFile::ReadMappingEol(unsigned char& b) {
-    ReadByte(b);
-    if (eof) return 0;
+int internal::ReadMappingEol(VFile& file, unsigned char& b) {
+    file.ReadByte(b);
+    if (file.eof) return 0;
     if (b != kCr) return 1;
     b = kLf;
-    std::int32_t const behindCr = pos;
-    PassLf();
-    return 1 + (pos - behindCr);
+    std::int32_t const behindCr = file.GetPos();
+    PassLf(file);
+    return 1 + (file.GetPos() - behindCr);
 }
 
 }  // namespace vfile

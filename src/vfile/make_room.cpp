@@ -6,13 +6,12 @@
 //
 // The halves of a split block stay half empty until something is inserted into them. A replacement all over a file,
 // which goes upward, splits one block and passes its room on from match to match, instead of doubling the blocks.
-#include <vfile/vmem.h>
 
 #include <algorithm>
 
 #include "vfile/blk_index.h"
-#include "vfile/block.h"
 #include "vfile/change.h"
+#include "vfile/engine.h"
 
 namespace vfile {
 
@@ -22,7 +21,7 @@ constexpr int kReach = 4;  // blocks that a head is passed through; beyond that 
 
 }  // namespace
 
-void VFile::MakeRoom(Change const& change) {
+void Engine::MakeRoom(Change const& change) {
     std::int32_t const len = cur.ptr->len;
     std::int32_t const growth = change.insLen - change.delLen;
     std::int32_t const end = cur.ix + change.delLen;
@@ -54,7 +53,7 @@ void VFile::MakeRoom(Change const& change) {
 
 // The nearest block before `block` that has room. Full ones in between are looked past only as long as they are in the
 // cache, so that saving a split costs no transfer.
-BlkDesc* VFile::TakerBefore(BlkDesc const* block) const {
+BlkDesc* Engine::TakerBefore(BlkDesc const* block) const {
     BlkDesc* p = block->prev;
     for (int i = 1; p && p->len == BlkSize; ++i, p = p->prev) {
         if (i == kReach || !mem->IsCached(p->addr)) return nullptr;
@@ -64,7 +63,7 @@ BlkDesc* VFile::TakerBefore(BlkDesc const* block) const {
 
 // Moves `count` bytes from the head of a block, which starts at `start` and is not in the buffer, to the end of the one
 // before. The memory may stop at the first copy, when nothing has changed yet.
-void VFile::PassHead(BlkDesc* block, std::int32_t start, std::int32_t count) {
+void Engine::PassHead(BlkDesc* block, std::int32_t start, std::int32_t count) {
     BlkDesc* const prev = block->prev;
     auto const n = static_cast<std::int16_t>(count);
     auto const rest = static_cast<std::int16_t>(block->len - n);

@@ -1,17 +1,17 @@
 // Whole host files by name.
 #include <vfile/halt.h>
 #include <vfile/result.h>
-#include <vfile/virtual_file.h>
 
 #include "hostfile/open_handle.h"
 #include "hostfile/safe_target.h"
-#include "vfile/block.h"
+#include "vfile/engine.h"
 
 namespace vfile {
 
 void VFile::ReadFile(TChar const* name, std::uint32_t shareMode) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
-    if (res != ResDone || !MayChange(true)) return;
+    Engine* const e = OwnEngine(*this);
+    if (!e) return HaltA(kModule, __LINE__);
+    if (res != ResDone || !e->MayChange(true)) return;
     using namespace platform;
     OpenHandle const source(name, {Access::kRead, shareMode, Disposition::kOpenExisting, Hint::kSequential});
     if (!source.IsOpen()) {
@@ -23,7 +23,7 @@ void VFile::ReadFile(TChar const* name, std::uint32_t shareMode) {
 
 // A target that a failed write left incomplete stays.
 void VFile::WriteFile(TChar const* name, bool overwrite) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
+    if (!OwnEngine(*this)) return HaltA(kModule, __LINE__);
     if (res != ResDone) return;
     using namespace platform;
     Disposition const disposition = overwrite ? Disposition::kCreateAlways : Disposition::kCreateNew;
@@ -49,7 +49,7 @@ void VFile::Save(TChar const* name, bool overwrite) {
 }
 
 void VFile::SaveSafe(TChar const* name) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
+    if (!OwnEngine(*this)) return HaltA(kModule, __LINE__);
     SetPos(0);
     SafeTarget target(name);
     res = target.Code();

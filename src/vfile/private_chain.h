@@ -2,17 +2,15 @@
 // before that, a throwing hook included, gives them back to the pool with their pages.
 #pragma once
 
-#include <vfile/virtual_file.h>
-
-#include "vfile/block.h"
+#include "vfile/engine.h"
 
 namespace vfile {
 
-class VFile::PrivateChain {
+class PrivateChain {
 public:
-    explicit PrivateChain(VFile& target) : file(target) {}
+    explicit PrivateChain(Engine& target) : engine(target) {}
     ~PrivateChain() {
-        if (head) file.DisposeBlkPtrList(head, tail);
+        if (head) engine.DisposeBlkPtrList(head, tail);
     }
     PrivateChain(PrivateChain const&) = delete;
     PrivateChain& operator=(PrivateChain const&) = delete;
@@ -35,7 +33,7 @@ public:
     void Release() { head = tail = nullptr; }
 
 private:
-    VFile& file;
+    Engine& engine;
     BlkDesc* head = nullptr;
     BlkDesc* tail = nullptr;
 };

@@ -1,47 +1,47 @@
 // Reads that move the cursor. Byte reads load the block, bulk reads go straight to the pages.
 #include <vfile/result.h>
-#include <vfile/virtual_file.h>
-#include <vfile/vmem.h>
 
 #include <algorithm>
 
-#include "vfile/block.h"
+#include "vfile/engine.h"
 
 namespace vfile {
 
 void VFile::ReadByte(unsigned char& b) {
-    while (cur.ix >= cur.ptr->len) {
-        if (!MoveToNextBlock()) {
+    Engine& e = EngineOf(*this);
+    while (e.cur.ix >= e.cur.ptr->len) {
+        if (!e.MoveToNextBlock()) {
             b = 0;
             eof = true;
             return;
         }
     }
-    if (LoadBlock()) {
-        b = buf[cur.ix];
+    if (e.bufValid || e.LoadBlock()) {
+        b = e.buf[e.cur.ix];
     } else {
-        mem->Get(cur.ptr->addr + cur.ix, &b, 1);
+        e.mem->Get(e.cur.ptr->addr + e.cur.ix, &b, 1);
     }
-    ++cur.ix;
-    ++pos;
+    ++e.cur.ix;
+    ++e.pos;
     eof = false;
 }
 
 void VFile::ReadPrevByte(unsigned char& b) {
-    while (cur.ix <= 0) {
-        if (!MoveToPrevBlock()) {
+    Engine& e = EngineOf(*this);
+    while (e.cur.ix <= 0) {
+        if (!e.MoveToPrevBlock()) {
             b = 0;
             eof = true;
             return;
         }
     }
-    if (LoadBlock()) {
-        b = buf[cur.ix - 1];
+    if (e.bufValid || e.LoadBlock()) {
+        b = e.buf[e.cur.ix - 1];
     } else {
-        mem->Get(cur.ptr->addr + cur.ix - 1, &b, 1);
+        e.mem->Get(e.cur.ptr->addr + e.cur.ix - 1, &b, 1);
     }
-    --cur.ix;
-    --pos;
+    --e.cur.ix;
+    --e.pos;
     eof = false;
 }
 
@@ -50,20 +50,21 @@ std::int32_t VFile::ReadBytes(void* dst, std::int32_t count) {
         res = ResCallError;
         return 0;
     }
+    Engine& e = EngineOf(*this);
     auto* to = static_cast<unsigned char*>(dst);
     std::int32_t left = count;
     while (left > 0) {
-        if (cur.ix >= cur.ptr->len) {
-            if (MoveToNextBlock()) continue;
+        if (e.cur.ix >= e.cur.ptr->len) {
+            if (e.MoveToNextBlock()) continue;
             eof = true;
             return count - left;
         }
-        auto const n = static_cast<std::int16_t>(std::min<std::int32_t>(cur.ptr->len - cur.ix, left));
-        CopyOutC(cur, to, n);
+        auto const n = static_cast<std::int16_t>(std::min<std::int32_t>(e.cur.ptr->len - e.cur.ix, left));
+        e.CopyOutC(e.cur, to, n);
         to += n;
         left -= n;
-        cur.ix = static_cast<std::int16_t>(cur.ix + n);
-        pos += n;
+        e.cur.ix = static_cast<std::int16_t>(e.cur.ix + n);
+        e.pos += n;
     }
     eof = false;
     return count;
@@ -74,8 +75,8 @@ std::int32_t VFile::ReadTxt(char* dst, std::int32_t size, std::int32_t start, st
         res = ResCallError;
         return 0;
     }
-    start = std::min(start, length);
-    count = std::min({count, length - start, size - 1});
+    start = std::min(start, Length());
+    count = std::min({count, Length() - start, size - 1});
     SetPos(start);
     std::int32_t const n = ReadBytes(dst, count);
     dst[n] = 0;

@@ -1,11 +1,9 @@
 // Search of bytes, and global replace.
 #include <vfile/halt.h>
 #include <vfile/result.h>
-#include <vfile/virtual_file.h>
 
 #include <cstring>
 
-#include "vfile/block.h"
 #include "vfile/scan.h"
 
 namespace vfile {
@@ -24,19 +22,19 @@ bool IsWordByte(Byte b) {
 }  // namespace
 
 bool VFile::Find(std::int32_t& position, char const* pattern, bool ignoreCase, bool wholeWord) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__), false;
-    return Search<Upward>(position, BytesOfString(pattern), ignoreCase, wholeWord, IsWordByte);
+    if (!OwnEngine(*this)) return HaltA(kModule, __LINE__), false;
+    return Search<Upward>(*this, position, BytesOfString(pattern), ignoreCase, wholeWord, IsWordByte);
 }
 
 bool VFile::FindBack(std::int32_t& position, char const* pattern, bool ignoreCase, bool wholeWord) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__), false;
-    return Search<Downward>(position, BytesOfString(pattern), ignoreCase, wholeWord, IsWordByte);
+    if (!OwnEngine(*this)) return HaltA(kModule, __LINE__), false;
+    return Search<Downward>(*this, position, BytesOfString(pattern), ignoreCase, wholeWord, IsWordByte);
 }
 
 // Goes on where ReplaceBuf has left the cursor, which a derived class or a hook may have moved.
 std::int32_t VFile::ReplaceGlobal(char const* pattern, char const* replacement, bool ignoreCase,
                                   bool wholeWord) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__), 0;
+    if (!OwnEngine(*this)) return HaltA(kModule, __LINE__), 0;
     auto const text = BytesOfString(pattern);
     auto const len = static_cast<std::int32_t>(text.size());
     auto const newLen = static_cast<std::int32_t>(BytesOfString(replacement).size());
@@ -46,11 +44,11 @@ std::int32_t VFile::ReplaceGlobal(char const* pattern, char const* replacement, 
     }
     std::int32_t count = 0;
     std::int32_t position = 0;
-    while (Search<Upward>(position, text, ignoreCase, wholeWord, IsWordByte)) {
+    while (Search<Upward>(*this, position, text, ignoreCase, wholeWord, IsWordByte)) {
         ReplaceBuf(position - len, len, replacement, newLen);
         if (res != ResDone) break;
         ++count;
-        position = pos;
+        position = GetPos();
     }
     return count;
 }

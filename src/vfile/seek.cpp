@@ -2,12 +2,10 @@
 // between the two marks around the position.
 #include "vfile/seek.h"
 
-#include <vfile/virtual_file.h>
-
 #include <new>
 
 #include "vfile/blk_index.h"
-#include "vfile/block.h"
+#include "vfile/engine.h"
 
 namespace vfile {
 
@@ -44,7 +42,7 @@ bool PrevHasRoom(BlkRdr const& rd) { return rd.ptr->prev && rd.ptr->prev->len < 
 //
 // A position on the border of two blocks gives the later one; with `preferPrev` the end of the earlier one if
 // that has room, so that an insertion there fills it and splits nothing.
-void VFile::SeekBlk(BlkRdr& rd, std::int32_t position, bool preferPrev) const {
+void Engine::SeekBlk(BlkRdr& rd, std::int32_t position, bool preferPrev) const {
     if (!Walk(rd, position, kNearby)) SeekFar(rd, position);
     if (preferPrev && position == rd.start && PrevHasRoom(rd)) {
         do {
@@ -55,7 +53,7 @@ void VFile::SeekBlk(BlkRdr& rd, std::int32_t position, bool preferPrev) const {
 }
 
 // Where the marks lie too far apart for a short walk, the stretch between them is filled.
-void VFile::SeekFar(BlkRdr& rd, std::int32_t position) const {
+void Engine::SeekFar(BlkRdr& rd, std::int32_t position) const {
     HandOver();
     if (!index) index = new (std::nothrow) BlkIndex;
     Neighbours const around = NeighboursOf(position);
@@ -67,7 +65,7 @@ void VFile::SeekFar(BlkRdr& rd, std::int32_t position) const {
 }
 
 // The blocks with known starts around a position: marked ones, or the ends of the chain.
-VFile::Neighbours VFile::NeighboursOf(std::int32_t position) const {
+Neighbours Engine::NeighboursOf(std::int32_t position) const {
     BlkRdr const head{first, 0, 0};
     BlkRdr const tail{last, length - last->len, 0};
     if (!index) return {head, tail, nullptr, 0};
@@ -82,7 +80,7 @@ VFile::Neighbours VFile::NeighboursOf(std::int32_t position) const {
 }
 
 // Tells the marks how much the current block has grown. Until then its edits cost them nothing.
-void VFile::HandOver() const {
+void Engine::HandOver() const {
     if (carried != 0 && index) index->Shift(cur.start, carried);
     carried = 0;
 }

@@ -1,14 +1,14 @@
 // What a search for a position finds around it.
 #pragma once
 
-#include <vfile/virtual_file.h>
-
 #include <cstddef>
+
+#include "vfile/block.h"
 
 namespace vfile {
 
 // Two blocks with known starts, between which a position lies.
-struct VFile::Neighbours {
+struct Neighbours {
     BlkRdr below;
     BlkRdr above;
     BlkDesc const* end;  // the mark above, null where the chain ends first

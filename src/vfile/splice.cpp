@@ -1,13 +1,12 @@
 // Applies a change that does not fit into the current block.
 #include <vfile/halt.h>
-#include <vfile/vmem.h>
 
 #include <algorithm>
 #include <cstring>
 
 #include "vfile/blk_index.h"
-#include "vfile/block.h"
 #include "vfile/change.h"
+#include "vfile/engine.h"
 #include "vfile/private_chain.h"
 
 namespace vfile {
@@ -21,11 +20,11 @@ namespace vfile {
 // all the merging there is: no block has a minimum fill, and a deletion, which has no chain, merges nothing.
 //
 // The memory is used first, while it may still stop: from the relinking on nothing can fail.
-bool VFile::DoChange(Change const& change, void const* piece, std::int32_t pieceLen, PrivateChain& chain) {
+bool Engine::DoChange(Change const& change, void const* piece, std::int32_t pieceLen, PrivateChain& chain) {
     ReleasePage(change);
     std::int32_t const inside = std::min<std::int32_t>(change.delLen, cur.ptr->len - cur.ix);
     if (!SaveTail(inside, chain)) {
-        res = ResHeapOverflow;
+        file->res = ResHeapOverflow;
         return false;
     }
     Cut cut = FindCut(change.delLen - inside, chain);
@@ -52,7 +51,7 @@ bool VFile::DoChange(Change const& change, void const* piece, std::int32_t piece
 
 // Puts what stands behind the range in the current block, `delLen` bytes behind the cursor, at the end of the
 // chain.
-bool VFile::SaveTail(std::int32_t delLen, PrivateChain& chain) {
+bool Engine::SaveTail(std::int32_t delLen, PrivateChain& chain) {
     std::int32_t const at = cur.ix + delLen;
     std::int32_t const len = cur.ptr->len - at;
     if (len == 0) return true;
@@ -64,7 +63,7 @@ bool VFile::SaveTail(std::int32_t delLen, PrivateChain& chain) {
 // Finds the blocks behind the current one that go: those wholly in the next `delLen` bytes, and those whose
 // surviving bytes the chain takes in. One cut into that the chain cannot take moves its rest to the head of
 // its page.
-VFile::Cut VFile::FindCut(std::int32_t delLen, PrivateChain& chain) {
+Cut Engine::FindCut(std::int32_t delLen, PrivateChain& chain) {
     Cut cut;
     BlkDesc* next = cur.ptr->next;
     for (; next && delLen >= next->len; next = next->next) {
@@ -96,12 +95,12 @@ VFile::Cut VFile::FindCut(std::int32_t delLen, PrivateChain& chain) {
 
 // A file that is about to become empty gives its last page back. The memory may stop here, so that this comes
 // before the first touch.
-void VFile::ReleasePage(Change const& change) {
+void Engine::ReleasePage(Change const& change) {
     if (change.insLen == 0 && change.delLen == length) mem->Dealloc(cur.ptr->addr, BlkSize);
 }
 
 // Puts the chain in order after the current block was edited: an empty block goes, unless it is the only one.
-void VFile::CheckCurLen() {
+void Engine::CheckCurLen() {
     BlkDesc* p = cur.ptr;
     std::int32_t const start = cur.start;
     if (p->len > BlkSize) return Halt(kModule, u"CheckCurLen", u"cur.ptr->len > BlkSize");

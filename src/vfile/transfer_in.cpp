@@ -4,43 +4,28 @@
 
 #include <algorithm>
 
-#include "vfile/block.h"
 #include "vfile/change.h"
 #include "vfile/host_end.h"
 #include "vfile/private_chain.h"
 #include "vfile/step_buffer.h"
+#include "vfile/transfer.h"
 
 namespace vfile {
 
 void VFile::ReplaceFile(std::int32_t start, std::int32_t delLen, HFile& file, std::int32_t count) {
     HostEnd source(file);
-    TakeFrom(source, u"ReplaceFile", start, delLen, count);
+    TakeFrom(*this, source, u"ReplaceFile", start, delLen, count);
 }
 
 void VFile::ReplaceFile(std::int32_t start, std::int32_t delLen, void* handle, std::int32_t count) {
     HostEnd source(handle);
-    TakeFrom(source, u"ReplaceFile", start, delLen, count);
+    TakeFrom(*this, source, u"ReplaceFile", start, delLen, count);
 }
 
-// Clips only after the reading, which is what tells how many bytes there are. Nothing goes into the current
-// block: it is cut at the cursor, and the chain put behind it.
-void VFile::TakeFrom(Inflow& source, TChar const* operation, std::int32_t start, std::int32_t delLen,
-                     std::int32_t count) {
-    if (!OnOwnThread()) return HaltA(kModule, __LINE__);
-    if (res != ResDone) return;
-    bool const sameLen = delLen == SameLen;
-    if (!MayChange(start >= 0 && (sameLen || delLen >= 0) && source.IsOpen() && count >= 0)) return;
-    PrivateChain chain(*this);
-    std::int32_t got = 0;
-    res = ReadIn(source, count, chain, got);
-    if (res != ResDone) return;
-    Change change{operation, start, sameLen ? got : delLen, got};
-    if (!Position(change)) return;
-    if (Ask(change) && DoChange(change, nullptr, 0, chain)) Publish(change);
-}
+namespace {
 
 // Gives the code of the reading. A definite count is all or nothing; MaxLen asks for what there is.
-FileRes VFile::ReadIn(Inflow& source, std::int32_t count, PrivateChain& chain, std::int32_t& got) {
+FileRes ReadIn(Engine& e, Inflow& source, std::int32_t count, PrivateChain& chain, std::int32_t& got) {
     if (count == MaxLen && source.SureBytes() > MaxLen) return ResTooLong;
     StepBuffer step(count);
     std::int32_t left = count;
@@ -48,12 +33,32 @@ FileRes VFile::ReadIn(Inflow& source, std::int32_t count, PrivateChain& chain, s
         std::int32_t n = 0;
         if (!source.Read(step.Data(), std::min(left, step.Size()), n)) return source.Code();
         if (n == 0) break;
-        if (source.IsWatched()) CheckEOL(step.Data(), n);
+        if (source.IsWatched()) e.CheckEOL(step.Data(), n);
         if (!chain.Append(step.Data(), n)) return ResHeapOverflow;
         left -= n;
     }
     got = count - left;
     return left == 0 || count == MaxLen ? ResDone : ResNotDone;
+}
+
+}  // namespace
+
+// Clips only after the reading, which is what tells how many bytes there are. Nothing goes into the current
+// block: it is cut at the cursor, and the chain put behind it.
+void TakeFrom(VFile& file, Inflow& source, TChar const* operation, std::int32_t start, std::int32_t delLen,
+              std::int32_t count) {
+    Engine* const e = OwnEngine(file);
+    if (!e) return HaltA(kModule, __LINE__);
+    if (file.res != ResDone) return;
+    bool const sameLen = delLen == SameLen;
+    if (!e->MayChange(start >= 0 && (sameLen || delLen >= 0) && source.IsOpen() && count >= 0)) return;
+    PrivateChain chain(*e);
+    std::int32_t got = 0;
+    file.res = ReadIn(*e, source, count, chain, got);
+    if (file.res != ResDone) return;
+    Change change{operation, start, sameLen ? got : delLen, got};
+    if (!e->Position(change)) return;
+    if (e->Ask(change) && e->DoChange(change, nullptr, 0, chain)) Publish(file, change);
 }
 
 }  // namespace vfile
