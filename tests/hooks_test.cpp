@@ -166,6 +166,8 @@ Call const kCalls[] = {
     {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f << "text" << 12 << 'c'; }},
     {"ReplaceTxt", [](VFile& f, TCharVFile&, Sources& s) { f += s.other; }},
     {"ReplaceTxt", [](VFile&, TCharVFile& t, Sources& s) { t = s.text; }},
+    {"ReplaceTxt", [](VFile& f, TCharVFile&, Sources&) { VFile m('m', 1800); f = std::move(m); EXPECT_TRUE(m.Length() == 0 ? f.res == ResDone : m.Length() == 1800); }},
+    {"ReplaceTxt", [](VFile&, TCharVFile& t, Sources&) { TCharVFile m; m.AppendTChar(u'm', 900); t = std::move(m); EXPECT_TRUE(m.Length() == 0 ? t.res == ResDone : m.Length() == 1800); }},
     {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t = u"assigned"; }},
     {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t.AppendTStr(u"appended"); }},
     {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t.InsertTChar(u'u', 2000); }},
@@ -329,6 +331,38 @@ TEST_F(HooksTest, MayDoWhatTheyMayInEveryCall) {
     EXPECT_EQ(NextPage(memory), settled) << "a block was lost";
     RecordProperty("runs", runs_);
     EXPECT_GT(runs_, 1000);
+}
+
+// What would take the file away from under a change stops where it is tried.
+TEST(Hooks, NoFileIsMovedThatIsAsked) {
+    struct Leaving : VFile {
+        bool swaps = false;
+        mutable std::string halt;
+        std::int32_t PreChange(std::int32_t, std::int32_t, std::int32_t) const override {
+            auto& self = const_cast<Leaving&>(*this);
+            if (swaps) halt = HaltOf([&] { VFile().Swap(self); });
+            VFile elsewhere;
+            elsewhere = std::move(static_cast<VFile&>(self));
+            EXPECT_EQ(AllBytes(elsewhere), AllBytes(*this));
+            return ResDone;
+        }
+    } file;
+    file.Append("0123");
+    file.swaps = true;
+    file.Insert("abc");
+    EXPECT_EQ(AllBytes(file), "0123abc");
+    EXPECT_EQ(file.halt, "VFile, Swap():\nfile changed in PreChange");
+    file.swaps = false;
+    struct Emptying : VFile {
+        VFile* source = nullptr;
+        std::int32_t PreChange(std::int32_t, std::int32_t, std::int32_t) const override {
+            return source->Delete(0, 1), ResDone;
+        }
+    } target;
+    target.source = &file;
+    EXPECT_EQ(HaltOf([&] { static_cast<VFile&>(target) = std::move(static_cast<VFile&>(file)); }),
+              "VFile, ReplaceTxt():\nsource changed in PreChange");
+    EXPECT_EQ(AllBytes(target) + AllBytes(file), "123abc");
 }
 
 TEST(Hooks, MayEmptyTheSourceOfTheChange) {

@@ -407,7 +407,8 @@ TEST(Comparison, BelongsToTheThreadOfBothFiles) {
         EXPECT_ASSERTION_STOP("VFile", static_cast<void>(foreign == "x"));
         EXPECT_ASSERTION_STOP("VFile", static_cast<void>(foreign >= "x"));
         EXPECT_ASSERTION_STOP("VFile", own.Swap(foreign));
-        EXPECT_ASSERTION_STOP("VFile", VFile(std::move(foreign)));
+        EXPECT_ASSERTION_STOP("VFile", own = std::move(foreign));
+        EXPECT_DEATH(VFile(std::move(foreign)), "VFile, line ");
         NoteHalts noting;
         swap(own, foreign);
         EXPECT_EQ(noting.Take().size(), 1u);
@@ -430,8 +431,8 @@ TEST(Moves, TakeAllThatTheFileIs) {
     EXPECT_EQ(AllBytes(taken), "some! text");
     EXPECT_EQ(SeenOf(taken), (Seen{5, ResDiskFull, true}));
     EXPECT_TRUE(taken.radix == 7 && taken.FlagOn(VFile::InsertMode));
-    // NOLINTNEXTLINE(bugprone-use-after-move): what is left is a new file.
-    EXPECT_TRUE(file.Length() == 0 && file.GetFlags() == 0 && file.radix == 10 &&
+    // NOLINTNEXTLINE(bugprone-use-after-move): what is left is an empty file with the same flags.
+    EXPECT_TRUE(file.Length() == 0 && file.GetFlags() == VFile::InsertMode && file.radix == 7 &&
                 SeenOf(file) == (Seen{0, ResDone, false}));
     swap(file, taken);
     EXPECT_EQ(AllBytes(file), "some! text");

@@ -110,9 +110,9 @@ public:
     /// `res`. Copies neither flags nor `type` and `radix`.
     TCharVFile(TCharVFile const& src, std::int32_t start = 0, std::int32_t count = MaxLen);
 
-    /// As the move and the Swap of a virtual file: all that the text is, in constant time, unseen by hooks.
-    // NOLINTNEXTLINE(performance-noexcept-move-constructor): the new file may stop, and a halt procedure throw.
-    TCharVFile(TCharVFile&& other);
+    /// As the move and the Swap of a virtual file: all that the text is, in constant time, unseen by hooks. What was moved
+    /// is an unborn text, as there.
+    TCharVFile(TCharVFile&& other) noexcept;
     void Swap(TCharVFile& other) { VFile::Swap(other); }
 
     ~TCharVFile() override;
@@ -207,6 +207,9 @@ public:
     TCharVFile& operator=(TChar const* s);
     TCharVFile& operator=(TString const& s);
     TCharVFile& operator=(TCharVFile const& src);
+
+    /// The same in constant time, by moving, as of a virtual file; `src` is unborn afterwards, unless it was refused.
+    TCharVFile& operator=(TCharVFile&& src);
     template <NotATChar T>
     requires(std::is_arithmetic_v<T> || std::is_enum_v<T>) TCharVFile& operator=(T) = delete;
     TCharVFile& operator=(std::nullptr_t) = delete;

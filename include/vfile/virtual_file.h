@@ -105,13 +105,15 @@ public:
     /// `type` and `radix`.
     VFile(VFile const& src, std::int32_t start = 0, std::int32_t count = MaxLen);
 
-    /// Takes over all that `other`, a file of this thread, is: bytes, cursor, `res`, `eof`, flags, `type`, `radix`.
-    /// `other` is a new, empty file afterwards. No hook sees it. Constant time.
-    // NOLINTNEXTLINE(performance-noexcept-move-constructor): the new file may stop, and a halt procedure throw.
-    VFile(VFile&& other);
+    /// Takes over all that `other` is: bytes, cursor, `res`, `eof`, flags, `type`, `radix`. Constant time, without memory,
+    /// unseen by hooks. `other` becomes an *unborn* file: empty, `res` ResDone, `eof` false, its flags, `type` and `radix`
+    /// as they were. It belongs to no thread, costs nothing, and ends in silence. The first operation on it that has a
+    /// thread makes it a file of that thread, and stops as VFile() does. Terminates: `other` belongs to another thread,
+    /// or a halt procedure throws. In its own PreChange a file is not moved: a stop, as there.
+    VFile(VFile&& other) noexcept;
 
     /// Exchanges all that the two files are, in constant time and unseen by hooks. Own thread; stops for a file
-    /// of another one.
+    /// of another one, and for one that is in its PreChange.
     void Swap(VFile& other);
 
     /// Own thread. Constant time, whatever the length: the blocks go to the thread's pool.
@@ -170,6 +172,18 @@ public:
     /// The whole content gives way to that of `src`: ReplaceTxt(0, Length(), src, 0, MaxLen). Flags, `type`
     /// and `radix` stay.
     virtual VFile& operator=(VFile const& src);
+
+    /// The same change, with its codes, its hooks, and the overrides that a copy meets, but in constant time and without
+    /// memory where it comes to VFile::ReplaceTxt whole: the blocks go over, and `src` becomes unborn, as a moved one
+    /// does; no hook of `src` runs. A change that is refused leaves `src` as it was, and so does an override that makes
+    /// something else of it. PreChange leaves `src` alone: else a stop, "source changed in PreChange". Nothing happens
+    /// when `src` is this file.
+    ///   Flags   stay where they are, and an unborn file takes what it is assigned even under ReadOnly or Locked:
+    ///           it has nothing to lose. So std::swap exchanges the bytes of two files and leaves each its flags, while
+    ///           vfile::swap takes these along. Algorithms that use both, as std::sort and std::rotate, lose no byte,
+    ///           but say nothing of where flags end. A container's erase assigns to the files behind
+    ///           the gap, so that one under ReadOnly refuses and keeps its bytes.
+    VFile& operator=(VFile&& src);
 
     /// The whole content gives way to a string, which must not be null, or to one character.
     virtual VFile& operator=(char const* s);

@@ -4,10 +4,11 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 #include "frame/number_text.h"
 #include "text/units.h"
-#include "vfile/block.h"
+#include "vfile/take_over.h"
 
 namespace vfile {
 
@@ -99,6 +100,12 @@ TCharVFile& TCharVFile::operator=(TString const& s) {
 TCharVFile& TCharVFile::operator=(TCharVFile const& src) {
     VFile::ReplaceTxt(0, Length(), src, 0, MaxLen);
     return *this;
+}
+
+TCharVFile& TCharVFile::operator=(TCharVFile&& src) {
+    if (this == &src) return *this;
+    Giving const giving(src, *this);
+    return *this = std::as_const(src);
 }
 
 TCharVFile& TCharVFile::operator<<(TChar ch) {

@@ -17,8 +17,7 @@ TCharVFile::TCharVFile() = default;
 TCharVFile::TCharVFile(TCharVFile const& src, std::int32_t start, std::int32_t count)
     : VFile(src, TCharsToBytes(start), TCharsToBytes(count)) {}
 
-// NOLINTNEXTLINE(performance-noexcept-move-constructor): see the base.
-TCharVFile::TCharVFile(TCharVFile&& other) : VFile(std::move(other)) {}
+TCharVFile::TCharVFile(TCharVFile&& other) noexcept : VFile(std::move(other)) {}
 
 TCharVFile::~TCharVFile() = default;
 

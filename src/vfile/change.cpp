@@ -8,6 +8,7 @@
 
 #include "vfile/byte_source.h"
 #include "vfile/engine.h"
+#include "vfile/take_over.h"
 
 namespace vfile {
 
@@ -50,14 +51,17 @@ void VFile::ReplaceBuf(std::int32_t start, std::int32_t delLen, void const* data
 void VFile::ReplaceTxt(std::int32_t start, std::int32_t delLen, VFile const& src, std::int32_t srcStart,
                        std::int32_t srcLen) {
     Engine* const e = OwnEngine(*this);
-    Engine const& from = EngineOf(src);
-    if (!e || !e->HasOwnerOf(from)) return HaltA(kModule, __LINE__);
+    Engine const& from = EngineOf(src);  // behind the other: both may be one unborn file
+    if (!e || !from.BelongsHere()) return HaltA(kModule, __LINE__);
     if (res != ResDone) return;
     bool const sameLen = delLen == SameLen;
-    if (!e->MayChange(start >= 0 && (sameLen || delLen >= 0) && srcStart >= 0 && srcLen >= 0)) return;
+    bool const argumentsGood = start >= 0 && (sameLen || delLen >= 0) && srcStart >= 0 && srcLen >= 0;
+    bool const given = from.givesTo == this;
+    if (!e->MayChange(argumentsGood, !(given && from.givesToUnborn))) return;
     srcStart = std::min(srcStart, from.length);
     srcLen = std::min(srcLen, from.length - srcStart);
     Change change{u"ReplaceTxt", start, sameLen ? srcLen : delLen, srcLen};
+    if (given && !e->asked && IsWhole(change, *e, from)) return TakeOver(*this, *from.file);
     if (!e->Position(change)) return;
     e->MakeRoom(change);
     if (e->Apply(change, BytesOf(from, srcStart))) Publish(*this, change);

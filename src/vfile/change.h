@@ -15,11 +15,9 @@
 #include <vfile/result.h>
 #include <vfile/types.h>
 
-#include "vfile/block.h"
+#include "vfile/engine.h"
 
 namespace vfile {
-
-class VFile;
 
 struct Change {
     TChar const* operation;  // named in the stop of a hook that breaks its contract
@@ -39,6 +37,19 @@ struct Cut {
         if (!head) head = next;
         tail = next;
     }
+};
+
+// Keeps an engine where it is while a hook runs that must leave it alone.
+class Asking {
+public:
+    explicit Asking(Engine& e) : engine(e), before(e.asked) { engine.asked = true; }
+    ~Asking() { engine.asked = before; }
+    Asking(Asking const&) = delete;
+    Asking& operator=(Asking const&) = delete;
+
+private:
+    Engine& engine;
+    bool before;
 };
 
 // The last stage.

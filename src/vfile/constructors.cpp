@@ -25,9 +25,4 @@ VFile::VFile(VFile const& src, std::int32_t start, std::int32_t count) : VFile()
     VFile::ReplaceTxt(0, 0, src, start, count);
 }
 
-// Takes over at once what `other` is; an empty file, which a moved one becomes, has to be made for that. Making it
-// may stop, and a halt procedure may throw.
-// NOLINTNEXTLINE(performance-noexcept-move-constructor)
-VFile::VFile(VFile&& other) : VFile() { Swap(other); }
-
 }  // namespace vfile

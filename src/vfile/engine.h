@@ -3,6 +3,10 @@
 //
 //   The face has what hosts see as fields: `res`, `eof`, `radix`, flags and `type`, and the hooks. Whatever runs behind a
 //   hook goes through the face again: the hook may have given it another engine.
+//
+//   An unborn file, which is what a moved one becomes, has no engine of its own but one that all such files share: it
+//   has no thread, no memory, and one block without bytes. Reads and const operations find it empty, and write nothing
+//   to it; whatever asks for the file's thread gives the file an engine first.
 #pragma once
 
 #include <vfile/virtual_file.h>
@@ -39,6 +43,9 @@ struct Engine : internal::FileState {
     std::uint32_t owner = 0;            // thread
     std::uint32_t birth = 0;            // fork count of the process that made it
     std::uint32_t changes = 0;          // applied so far; wraps
+    bool asked = false;                 // PreChange runs: the engine is to stay where it is
+    VFile const* givesTo = nullptr;     // who is just being assigned all this file has, if that may be moved
+    bool givesToUnborn = false;
     struct {
         BlkDesc const* block = nullptr;
         std::uint32_t changes = 0;
@@ -48,7 +55,10 @@ struct Engine : internal::FileState {
     bool OnOwnThread() const {
         return owner == platform::CurrentThreadId() && birth == platform::ForkCount();
     }
-    bool HasOwnerOf(Engine const& other) const { return owner == other.owner && birth == other.birth; }
+    bool IsUnborn() const { return owner == 0; }
+
+    // Whether the file may be looked at here: an unborn one may be anywhere.
+    bool BelongsHere() const { return OnOwnThread() || IsUnborn(); }
 
     // Block records.
     BlkDesc* NewBlkPtr(BlkDesc* prev, BlkDesc* next, std::int16_t len);
@@ -87,7 +97,7 @@ struct Engine : internal::FileState {
     void MoveInBlock(std::ptrdiff_t bytes);
 
     // The stages of a change in their order, see "vfile/change.h".
-    bool MayChange(bool argumentsGood);
+    bool MayChange(bool argumentsGood, bool isProtected = true);
     bool Clip(Change& change);
     bool Position(Change& change);
     void InitChange(std::int32_t position);
@@ -108,19 +118,25 @@ struct Engine : internal::FileState {
     void CheckTouched() const;
 };
 
-// The engine of a file, whatever the thread.
+// The engine of a file, whatever the thread; to look at, where the file may be unborn.
 inline Engine& EngineOf(VFile& file) { return static_cast<Engine&>(*internal::Access::StateOf(file)); }
 inline Engine const& EngineOf(VFile const& file) {
     return static_cast<Engine const&>(*internal::Access::StateOf(file));
 }
 
+// Gives an unborn file an engine of its own; null for any other file. Stops as the constructor does.
+Engine* Bear(VFile& file);
+
 // The engine for an operation that belongs to the file's thread, null on any other.
 inline Engine* OwnEngine(VFile& file) {
     Engine& e = EngineOf(file);
-    return e.OnOwnThread() ? &e : nullptr;
+    return e.OnOwnThread() ? &e : Bear(file);
 }
 
 // Whether an operation on both files is on their thread; if not, after a stop.
 bool CheckSameOwner(VFile const& a, VFile const& b, std::int32_t line);
+
+// Gives back all that an engine has, and itself.
+void EndEngine(Engine& e);
 
 }  // namespace vfile

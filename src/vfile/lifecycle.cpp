@@ -1,12 +1,11 @@
 // The birth and the end of a file, and of the memory and the pool that all files of a thread share.
 #include <vfile/halt.h>
 #include <vfile/result.h>
+#include <vfile/vmem.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <new>
-#include <utility>
 
 #include "vfile/blk_index.h"
 #include "vfile/blk_pool.h"
@@ -110,39 +109,35 @@ Engine* NewEngine(VFile& face) {
 VFile::VFile() : vfileState(NewEngine(*this)) {}
 
 VFile::~VFile() {
-    Engine* const e = &EngineOf(*this);
-    if (e->birth != platform::ForkCount()) return;  // the parent's; its memory is not ours to touch
-    if (!e->OnOwnThread() || TLS_GetFileCount() == 0) {
+    Engine& e = EngineOf(*this);
+    if (e.IsUnborn()) return;
+    if (e.birth != platform::ForkCount()) return;  // the parent's; its memory is not ours to touch
+    if (!e.OnOwnThread() || TLS_GetFileCount() == 0) {
         HaltA(kModule, __LINE__);
         return;
     }
-    e->pool->DisposeChain(e->first, e->last);
-    delete e->index;
-    delete[] e->buf;
-    delete e;
+    EndEngine(e);
+}
+
+Engine* Bear(VFile& file) {
+    if (!EngineOf(file).IsUnborn()) return nullptr;
+    Engine* const e = NewEngine(file);
+    internal::Access::StateOf(file) = e;
+    return e;
+}
+
+void EndEngine(Engine& e) {
+    e.pool->DisposeChain(e.first, e.last);
+    delete e.index;
+    delete[] e.buf;
+    delete &e;
     CountOut();
 }
 
 bool CheckSameOwner(VFile const& a, VFile const& b, std::int32_t line) {
-    Engine const& e = EngineOf(a);
-    if (e.OnOwnThread() && e.HasOwnerOf(EngineOf(b))) return true;
+    if (EngineOf(a).BelongsHere() && EngineOf(b).BelongsHere()) return true;
     HaltA(kModule, line);
     return false;
-}
-
-// Each engine keeps the place of its file. The count of changes only ever grows, so that a hook that swaps is found out.
-void VFile::Swap(VFile& other) {
-    if (!CheckSameOwner(*this, other, __LINE__)) return;
-    std::swap(res, other.res);
-    std::swap(eof, other.eof);
-    std::swap(radix, other.radix);
-    std::swap(flags, other.flags);
-    std::swap(type, other.type);
-    Engine& a = EngineOf(*this);
-    Engine& b = EngineOf(other);
-    std::swap(a, b);
-    std::swap(a.file, b.file);
-    a.changes = b.changes = std::max(a.changes, b.changes) + 1;
 }
 
 void VFile::CheckInvariants() const {}

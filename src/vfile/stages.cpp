@@ -12,9 +12,11 @@
 namespace vfile {
 
 // The argument test of the operation comes first, so that its code wins.
-bool Engine::MayChange(bool argumentsGood) {
+bool Engine::MayChange(bool argumentsGood, bool isProtected) {
     if (!argumentsGood) {
         file->res = ResCallError;
+    } else if (!isProtected) {
+        return true;
     } else if (file->FlagOn(VFile::Locked)) {
         file->res = ResContextError;
     } else if (file->FlagOn(VFile::ReadOnly)) {
@@ -68,10 +70,14 @@ bool Engine::Ask(Change const& change) {
     BlkRdr const place{cur.ptr, cur.start, cur.ix};
     std::int32_t const oldLength = length;
     std::uint32_t const oldChanges = changes;
-    std::int32_t const answer =
-        internal::Access::PreChange(*file, change.start, change.delLen, change.insLen);
+    bool const hadBlock = bufValid;
+    std::int32_t answer;
+    {
+        Asking const asking(*this);
+        answer = internal::Access::PreChange(*file, change.start, change.delLen, change.insLen);
+    }
     if (cur.ptr != place.ptr || cur.start != place.start || cur.ix != place.ix || length != oldLength ||
-        changes != oldChanges || !bufValid) {
+        changes != oldChanges || (hadBlock && !bufValid)) {
         Halt(kModule, change.operation, u"file changed in PreChange");
         file->res = ResContextError;
         return false;

@@ -21,6 +21,17 @@ struct PinnedDir {
 static_assert(sizeof(vfile::HFile) == sizeof(PinnedFile));
 static_assert(sizeof(vfile::HFileDir) == sizeof(PinnedDir));
 static_assert(sizeof(vfile::VMem) == sizeof(void*));
+struct PinnedVirtualFile {
+    virtual ~PinnedVirtualFile() = default;
+    std::int32_t res;
+    bool eof;
+    std::int32_t radix, flags, type;
+    void* kept;
+};
+static_assert(sizeof(vfile::VFile) == sizeof(PinnedVirtualFile));
+static_assert(sizeof(vfile::TCharVFile) == sizeof(PinnedVirtualFile));
+static_assert(std::is_nothrow_move_constructible_v<vfile::VFile> &&
+              std::is_nothrow_move_constructible_v<vfile::TCharVFile>);
 static_assert(std::is_nothrow_default_constructible_v<vfile::HFile>);
 
 // Declares functions, and calls them where a member of such a name would hide them.
@@ -45,6 +56,43 @@ int HOST_MEMORY_NAMES;
 
 struct Memory : vfile::VMem {
     int Calls() const { return HOST_MEMORY_NAMES; }
+};
+
+#define HOST_VIRTUAL_FILE_NAMES                                                                              \
+    Init(), OnOwnThread(), HasOwnerOf(), CheckSameOwner(), NoBytes(), AsMany(), AsManyUnlessInserting(),     \
+        ReplaceStr(), WriteDigits(), RunAhead(), RunBehind(), BlockBytes(), MoveInBlock(), ReadUnit(),       \
+        Scan(), WordNext(), Search(), PassToEol(), BytesOfLine(), PassBackToEol(), PassLf(),                 \
+        ReadMappingEol(), NewBlkPtr(), DisposeBlkPtr(), DisposeBlkPtrList(), AllocBuf(), LinkBehind(),       \
+        Unlink(), SeekBlk(), SeekFar(), NeighboursOf(), HandOver(), MoveTo(), MoveToNextBlock(),             \
+        MoveToPrevBlock(), LeaveBlock(), LoadBlock(), SetPosC(), ReadByteC(), ReadBytesC(), CopyOutC(),      \
+        MayChange(), Clip(), Position(), InitChange(), MakeRoom(), TakerBefore(), PassHead(), CheckEOL(),    \
+        Apply(), FitsCurrentBlock(), Ask(), EditInBuffer(), DoChange(), SaveTail(), FindCut(),               \
+        ReleasePage(), CheckCurLen(), Publish(), CheckTouched(), TakeFrom(), ReadIn(), GiveTo(), pos(),      \
+        length(), mem(), pool(), first(), last(), cur(), index(), carried(), buf(), bufValid(), bufDirty(),  \
+        owner(), birth(), changes(), crCheck(), kLoaded(), kInPlace(), LoadFrom(), CheckFits(), WriteText(), \
+        WriteUnits(), Order(), ReadToEol(), PassLfUnit(), InsertDigits(), Fits(), InsertText(),              \
+        AssignText(), InsertNumber(), UnitsOf()
+
+int HOST_VIRTUAL_FILE_NAMES;
+struct HostEnd;
+struct PrivateChain;
+struct BytesAt;
+struct BytesOf;
+struct Change;
+struct Cut;
+struct Neighbours;
+enum class BlockUse;
+using Types = void(HostEnd&, PrivateChain&, BytesAt&, BytesOf&, Change&, Cut&, Neighbours&, BlockUse);
+
+struct VirtualFile : vfile::VFile {
+    int Calls() const { return HOST_VIRTUAL_FILE_NAMES; }
+    static void Takes(HostEnd&, PrivateChain&, BytesAt&, BytesOf&, Change&, Cut&, Neighbours&, BlockUse);
+    static_assert(std::is_same_v<decltype(Takes), Types>);
+};
+struct Text : vfile::TCharVFile {
+    int Calls() const { return HOST_VIRTUAL_FILE_NAMES; }
+    static void Takes(HostEnd&, PrivateChain&, BytesAt&, BytesOf&, Change&, Cut&, Neighbours&, BlockUse);
+    static_assert(std::is_same_v<decltype(Takes), Types>);
 };
 
 }  // namespace host

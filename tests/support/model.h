@@ -182,6 +182,15 @@ public:
         if (res == ResDone) SetPos(0);
     }
 
+    // What is left of a moved file, and one that was moved and takes all of another.
+    void Leave() {
+        bytes.clear();
+        pos = 0;
+        res = ResDone;
+        eof = false;
+    }
+    void TakeAll(std::string const& in) { Change(0, 0, in, false); }
+
     void ToggleFlag(std::int32_t mask) {
         if (res != ResDone) return;
         if (FlagOn(VFile::Locked)) return Refuse(ResContextError);

@@ -162,23 +162,48 @@ private:
         }
     }
 
-    // What one file is becomes another's, in the middle of whatever it was doing. A moved one is new and empty.
+    // What one file is becomes another's, in the middle of whatever it was doing.
     void Exchange(Twin& other) {
-        if (Some(2)) {
+        std::int32_t const kind = Some(3);
+        if (kind == 0) {
             twin_->file.Swap(other.file);
             std::swap(twin_->model, other.model);
-        } else {
+        } else if (kind == 1 || &other == twin_) {
             Probe taken(std::move(twin_->file));
-            Model const was = std::exchange(twin_->model, Model{});
+            Model const was = twin_->model;
+            twin_->model.Leave();
             twin_->Do([](auto&) {});
+            if (Some(2)) Meet(*twin_);
             other.file.Swap(taken);
             other.model = was;
+        } else {
+            ExchangeBytes(other);
         }
         ++exchanged;
         for (Twin* twin : {twin_, &other}) {
             twin->Do([](auto&) {});
             twin->ExpectSameBytes();
         }
+    }
+
+    // Each file keeps its flags, and is changed whatever they say; nothing is lost.
+    void ExchangeBytes(Twin& other) {
+        VFile &a = twin_->file, &b = other.file;
+        for (Twin* twin : {twin_, &other}) twin->Do([](auto& f) { f.Begin({}); });
+        std::swap(a, b);
+        std::string const mine = twin_->model.bytes, others = other.model.bytes;
+        twin_->model.Leave();
+        twin_->model.TakeAll(others);
+        other.model.Leave();
+        other.model.TakeAll(mine);
+        EXPECT_EQ(twin_->file.seen, twin_->model.seen);
+        EXPECT_EQ(other.file.seen, other.model.seen);
+    }
+
+    // An unborn file does all that an empty one does.
+    void Meet(Twin& unborn) {
+        twin_ = &unborn;
+        Some(2) ? Read(Some(8)) : Some(2) ? Change(Some(20)) : Some(2) ? Move(Some(8)) : Flags(Some(8));
     }
 
     // Most operations should meet a file that lets them through.
