@@ -209,6 +209,7 @@ public:
     TCharVFile& operator=(TCharVFile const& src);
 
     /// The same in constant time, by moving, as of a virtual file; `src` is unborn afterwards, unless it was refused.
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): a change, whose hooks may throw.
     TCharVFile& operator=(TCharVFile&& src);
     template <NotATChar T>
     requires(std::is_arithmetic_v<T> || std::is_enum_v<T>) TCharVFile& operator=(T) = delete;

@@ -183,6 +183,7 @@ public:
     ///           vfile::swap takes these along. Algorithms that use both, as std::sort and std::rotate, lose no byte,
     ///           but say nothing of where flags end. A container's erase assigns to the files behind
     ///           the gap, so that one under ReadOnly refuses and keeps its bytes.
+    // NOLINTNEXTLINE(performance-noexcept-move-constructor): a change, whose hooks may throw.
     VFile& operator=(VFile&& src);
 
     /// The whole content gives way to a string, which must not be null, or to one character.

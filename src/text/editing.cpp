@@ -102,6 +102,7 @@ TCharVFile& TCharVFile::operator=(TCharVFile const& src) {
     return *this;
 }
 
+// NOLINTNEXTLINE(performance-noexcept-move-constructor): see the header.
 TCharVFile& TCharVFile::operator=(TCharVFile&& src) {
     if (this == &src) return *this;
     Giving const giving(src, *this);

@@ -73,6 +73,7 @@ void VFile::Swap(VFile& other) {
 
 // A change like any other up to the road it takes, which is that of a copy: overrides see it, and make of it what they
 // like. Only where it comes to TakeOver is the source emptied.
+// NOLINTNEXTLINE(performance-noexcept-move-constructor): see the header.
 VFile& VFile::operator=(VFile&& other) {
     if (this == &other) return *this;
     Giving const giving(other, *this);
