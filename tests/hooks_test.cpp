@@ -132,10 +132,8 @@ private:
 // What the calls take from: a host file, and a virtual one.
 struct Sources {
     HostSource host{"\xEF\xBB\xBF" + std::string(3000, 'h')};
-    TCharVFile text;
     VFile other{'o', 1800};
     std::int32_t replaced = 0;  // what a call that counts its changes gave
-    Sources() { text.AppendTChar(u't', 900); }
 };
 
 struct Call {
@@ -148,33 +146,21 @@ Call const kCalls[] = {
     {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f.ReplaceBuf(1000, 3, "new", 3); }},
     {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f.ReplaceBuf(1000, 700, std::string(5000, 'n').data(), 5000); }},
     {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f.ReplaceBuf(0, MaxLen, nullptr, 0); }},
-    {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f.ReplaceCh(900, SameLen, 'c', 1); }},
     {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f.ReplaceCh(900, 10, 'c', 3000); }},
     {"ReplaceTxt", [](VFile& f, TCharVFile&, Sources& s) { f.ReplaceTxt(1024, 1024, s.other, 5, MaxLen); }},
     {"ReplaceTxt", [](VFile& f, TCharVFile&, Sources&) { f.ReplaceTxt(2000, 0, f, 500, 2500); }},
     {"ReplaceFile", [](VFile& f, TCharVFile&, Sources& s) { f.ReplaceFile(1024, 1, s.host.file, 2048); }},
     {"ReplaceFile", [](VFile& f, TCharVFile&, Sources& s) { f.ReplaceFile(10, 2000, s.host.AsHandle(f), MaxLen); }},
-    {"ReplaceFile", [](VFile& f, TCharVFile&, Sources& s) { f.ReadFromFile(s.host.AsHandle(f), 100); }},
-    {"ReplaceFile", [](VFile& f, TCharVFile&, Sources& s) { f.Write(s.host.file, 1); }},
     {"ReplaceFile", [](VFile& f, TCharVFile&, Sources& s) { f.ReadFile(s.host.AsName(f), 1); }},
     {"ReplaceFile", [](VFile& f, TCharVFile&, Sources& s) { f.Load(s.host.AsName(f), 1); }},
     {"LoadText", [](VFile&, TCharVFile& t, Sources& s) { t.LoadText(s.host.AsName(s.other), 1); }},
     {"LoadText", [](VFile&, TCharVFile& t, Sources& s) { t.LoadTextAs(s.host.AsName(s.other), t.EncodingAnsi, 1); }},
     {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources& s) { s.replaced = f.ReplaceGlobal("#@", "...", false, false); }},
     {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources& s) { s.replaced = t.ReplaceGlobalTChars(u"\u4023", u"longer than it was", false, false); }},
-    {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f.Truncate(); }},
-    {"ReplaceBuf", [](VFile& f, TCharVFile&, Sources&) { f << "text" << 12 << 'c'; }},
-    {"ReplaceTxt", [](VFile& f, TCharVFile&, Sources& s) { f += s.other; }},
-    {"ReplaceTxt", [](VFile&, TCharVFile& t, Sources& s) { t = s.text; }},
     {"ReplaceTxt", [](VFile& f, TCharVFile&, Sources&) { VFile m('m', 1800); f = std::move(m); EXPECT_TRUE(m.Length() == 0 ? f.res == ResDone : m.Length() == 1800); }},
     {"ReplaceTxt", [](VFile&, TCharVFile& t, Sources&) { TCharVFile m; m.AppendTChar(u'm', 900); t = std::move(m); EXPECT_TRUE(m.Length() == 0 ? t.res == ResDone : m.Length() == 1800); }},
-    {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t = u"assigned"; }},
     {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t.AppendTStr(u"appended"); }},
     {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t.InsertTChar(u'u', 2000); }},
-    {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t.AppendTChars(u"only these are", 4); }},
-    {"ReplaceTxt", [](VFile&, TCharVFile& t, Sources& s) { t.AppendTChars(s.text, 3, 800); }},
-    {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t.DeleteTChars(100, 900); }},
-    {"ReplaceBuf", [](VFile&, TCharVFile& t, Sources&) { t << u"number " << 1234567; }},
     {"", [](VFile& f, TCharVFile&, Sources&) { f.ToggleFlag(VFile::InsertMode | VFile::EolWatchOn); }},
     {"", [](VFile& f, TCharVFile&, Sources&) { f.SetFlag(VFile::EolWatchOff, true); }},
 };
@@ -330,7 +316,7 @@ TEST_F(HooksTest, MayDoWhatTheyMayInEveryCall) {
     }
     EXPECT_EQ(NextPage(memory), settled) << "a block was lost";
     RecordProperty("runs", runs_);
-    EXPECT_GT(runs_, 1000);
+    EXPECT_GT(runs_, 500);
 }
 
 // What would take the file away from under a change stops where it is tried.
@@ -363,20 +349,6 @@ TEST(Hooks, NoFileIsMovedThatIsAsked) {
     EXPECT_EQ(HaltOf([&] { static_cast<VFile&>(target) = std::move(static_cast<VFile&>(file)); }),
               "VFile, ReplaceTxt():\nsource changed in PreChange");
     EXPECT_EQ(AllBytes(target) + AllBytes(file), "123abc");
-}
-
-TEST(Hooks, MayEmptyTheSourceOfTheChange) {
-    struct Emptying : VFile {
-        VFile* source = nullptr;
-        std::int32_t PreChange(std::int32_t, std::int32_t, std::int32_t) const override {
-            return source ? source->Delete(0, MaxLen), ResDone : ResDone;
-        }
-    } target;
-    target.Append("0123456789");
-    VFile source("abcdef");
-    target.source = &source;
-    target.ReplaceTxt(5, 0, source, 0, 3);
-    EXPECT_EQ(AllBytes(target) + AllBytes(source), "01234abc56789");
 }
 
 }  // namespace

@@ -27,6 +27,12 @@ private:
     T was_;
 };
 
+template <class Damaged>
+struct Row {
+    char const* rule;
+    std::string (*damage)(Damaged& damaged);
+};
+
 std::string Text(char const* rule) { return rule ? rule : "sound"; }
 
 // A file of ten blocks, its cursor in the middle of the fourth, which stands in the buffer as its page has it.
@@ -59,9 +65,9 @@ struct File {
         EXPECT_TRUE(quick == rule || rule.find("page") != rule.npos) << quick;
         return rule;
     }
-    // The cursor in another block, and nothing but the start of that block wrong.
-    std::string Shifted(std::int32_t position) {
-        file.SetPos(position);
+    // The cursor in the first block, and nothing but the start of that block wrong.
+    std::string Shifted() {
+        file.SetPos(500);
         BlkRdr& cur = See::Cursor(file);
         Damage const start(cur.start, cur.start + 1);
         Damage const ix(cur.ix, static_cast<std::int16_t>(cur.ix - 1));
@@ -69,34 +75,16 @@ struct File {
     }
 };
 
-struct FileRow {
-    char const* rule;
-    std::string (*damage)(File& f);
-};
-
 // clang-format off
-FileRow const kFileRows[] = {
+Row<File> const kFileRows[] = {
     {"1: links disagree", [](File& f) { return f.With(f.here->next->prev, nullptr); }},
-    {"1: links disagree", [](File& f) { return f.With(f.here->prev->next, f.last); }},
-    {"1: links disagree", [](File& f) { return f.With(f.last->prev->next, nullptr); }},
     {"2: block length out of range", [](File& f) { return f.With(f.here->next->len, BlkSize + 1); }},
-    {"2: block length out of range", [](File& f) { return f.With(f.here->next->len, -1); }},
     {"2: empty block", [](File& f) { return f.With(f.here->next->len, 0); }},
     {"5: no page", [](File& f) { return f.With(f.here->addr, kNoAddr); }},
-    {"5: no page", [](File& f) { return f.With(f.here->addr, 7); }},
-    {"5: two blocks on one page", [](File& f) { return f.With(f.here->addr, f.last->addr); }},
-    {"3: lengths do not add up", [](File& f) { return f.With(f.first->len, 1); }},
     {"4: cursor without a block", [](File& f) { return f.With(File::See::Cursor(f.file).ptr, nullptr); }},
     {"4: cursor outside its block", [](File& f) { return f.With(File::See::Cursor(f.file).ix, -1); }},
-    {"4: cursor outside its block", [](File& f) { return f.With(File::See::Cursor(f.file).ix, BlkSize + 1); }},
     {"4: position disagrees", [](File& f) { return f.With(File::See::Cursor(f.file).start, 1); }},
-    {"4: position disagrees", [](File& f) { return f.With(File::See::Cursor(f.file).start, -1); }},
-    {"4: position disagrees", [](File& f) { return f.With(File::See::Pos(f.file), MaxLen); }},
-    {"4: position disagrees", [](File& f) { return f.With(File::See::Length(f.file), 7); }},
-    {"4: start of the first block", [](File& f) { return f.Shifted(500); }},
-    {"4: start of the last block", [](File& f) { return f.Shifted(10 * BlkSize - 500); }},
-    {"4: start of the current block", [](File& f) { return f.Shifted(5 * BlkSize + 500); }},
-    {"4: start of the current block", [](File& f) { return f.With(File::See::Cursor(f.file).ptr, f.here->next->next); }},
+    {"4: start of the first block", [](File& f) { return f.Shifted(); }},
     {"6: dirty buffer is not valid", [](File& f) { Damage const dirty(File::See::BufDirty(f.file), true); return f.With(File::See::BufValid(f.file), false); }},
     {"6: valid buffer does not exist", [](File& f) { return f.With(File::See::Buffer(f.file), nullptr); }},
     {"6: buffer and page disagree", [](File& f) { return f.With(File::See::Buffer(f.file)[9], 'y'); }},
@@ -106,7 +94,7 @@ FileRow const kFileRows[] = {
 TEST(Invariants, NameWhatIsWrongWithAFile) {
     File f;
     ASSERT_TRUE(VFileInspector::BufValid(f.file) && !VFileInspector::BufDirty(f.file));
-    for (FileRow const& row : kFileRows) {
+    for (auto const& row : kFileRows) {
         EXPECT_EQ(row.damage(f), row.rule) << "row " << &row - kFileRows;
         f.Settle();
         EXPECT_EQ(Text(BrokenRule(f.file)), "sound");
@@ -119,7 +107,6 @@ struct Memory {
     VMem memory;
     VMemInspector::Parts p = VMemInspector::PartsOf(memory);
     std::int32_t pages[40];
-    std::int32_t chunk = 0;  // the first of the general list
 
     Memory() {
         memory.SetMaxCacheSize(5);
@@ -139,7 +126,6 @@ struct Memory {
         for (std::int32_t const page : pages) {
             if (page >= 0 && page < 30 * 1024) memory.Get(page, &word, 4);
         }
-        chunk = p.freeHead[0];
     }
     static std::int16_t Length(int i) { return static_cast<std::int16_t>(10 + i % 38); }
 
@@ -148,60 +134,28 @@ struct Memory {
         Damage<T> const damage(at, to);
         return Text(BrokenRule(memory));
     }
-    // Another word in a chunk, which the lists run through.
-    std::string InChunk(std::int32_t at, std::int32_t to) {
-        std::int32_t was;
-        memory.Get(at, &was, 4);
-        memory.Set(at, &to, 4);
-        std::string const rule = Text(BrokenRule(memory));
-        memory.Set(at, &was, 4);
-        return rule;
-    }
-};
-
-struct MemoryRow {
-    char const* rule;
-    std::string (*damage)(Memory& m);
 };
 
 // clang-format off
-MemoryRow const kMemoryRows[] = {
+Row<Memory> const kMemoryRows[] = {
     {"C1: links disagree", [](Memory& m) { return m.With(m.p.newest->next->prev, nullptr); }},
     {"C1: the count is not that of the list", [](Memory& m) { return m.With(m.p.newest, m.p.newest->next); }},
-    {"C1: links disagree", [](Memory& m) { return m.With(m.p.oldest, m.p.oldest->prev); }},
-    {"C1: links disagree", [](Memory& m) { return m.With(m.p.newest->next, m.p.newest->next->next); }},
-    {"C1: the count is not that of the list", [](Memory& m) { return m.With(m.p.cacheCount, 1); }},
-    {"C1: the count is not that of the list", [](Memory& m) { return m.With(m.p.cacheCount, 9); }},
     {"C2: not the address of a page", [](Memory& m) { return m.With(m.p.newest->addr, 7); }},
-    {"C2: not the address of a page", [](Memory& m) { return m.With(m.p.newest->addr, -1024); }},
     {"C3: a listed page is not in the map", [](Memory& m) { return m.With(m.p.newest->addr, 39 * 1024); }},
     {"C5: a clean page is not what the file has", [](Memory& m) { return m.With(m.p.oldest->data[5], std::byte{99}); }},
-    {"S1: size is not in pages", [](Memory& m) { return m.With(m.p.swapSize, 1); }},
     {"S2: the file has another length", [](Memory& m) { return m.With(m.p.swapSize, 1024); }},
     {"R1: a run is not made of pages", [](Memory& m) { return m.With(m.p.run.start, 5); }},
-    {"R1: a run is not made of pages", [](Memory& m) { return m.With(m.p.run.len, 64 * 1024); }},
-    {"R1: a run lies outside the file", [](Memory& m) { return m.With(m.p.run.start, 1 << 20); }},
     {"R1: a run is staler than the file", [](Memory& m) { return m.With(m.p.run.bytes[3], std::byte{77}); }},
-    {"A1: number of lists", [](Memory& m) { return m.With(m.p.numLists, 2); }},
-    {"A1: number of lists", [](Memory& m) { return m.With(m.p.numLists, 17); }},
-    {"A1: a permanent list has another length", [](Memory& m) { return m.With(m.p.freeLen[2], 6); }},
-    {"A1: an unused list", [](Memory& m) { return m.With(m.p.numLists, 5); }},
     {"A1: length of a made list", [](Memory& m) { return m.With(m.p.freeLen[4], 3); }},
-    {"A1: two lists of one length", [](Memory& m) { return m.With(m.p.freeLen[5], m.p.freeLen[4]); }},
-    {"A2: a made list is empty", [](Memory& m) { return m.With(m.p.freeHead[4], -1); }},
     {"A2: a list ends before its count", [](Memory& m) { return m.With(m.p.freeCount[4], 100); }},
     {"A2: a list goes on behind its count", [](Memory& m) { return m.With(m.p.freeCount[0], 1); }},
-    {"A2: a short chunk on the general list", [](Memory& m) { return m.InChunk(m.chunk + 4, 2); }},
-    {"A2: a list ends before its count", [](Memory& m) { return m.InChunk(m.chunk, MaxLen); }},
-    {"A3: two free chunks share a byte", [](Memory& m) { return m.InChunk(m.chunk + 4, 30'000); }},
-    {"A3: the range has wrapped", [](Memory& m) { return m.With(m.p.maxAddress, -1); }},
 };
 // clang-format on
 
 TEST(Invariants, NameWhatIsWrongWithAMemory) {
     Memory m;
     ASSERT_EQ(Text(BrokenRule(m.memory)), "sound");
-    for (MemoryRow const& row : kMemoryRows) {
+    for (auto const& row : kMemoryRows) {
         EXPECT_EQ(row.damage(m), row.rule) << "row " << &row - kMemoryRows;
         EXPECT_EQ(Text(BrokenRule(m.memory)), "sound");
     }

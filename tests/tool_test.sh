@@ -59,16 +59,10 @@ for range in '0 0' '0 1' '1023 2' '4194303 2' '5 4194304' '0 9000001' '8999999 7
 done
 
 same 'cat big' '$vfile cut - --at 0 --len 99999999999999999999 <big'
-same 'cat big big' 'cat big | $vfile insert - --at 0 --from big -o - | cat'
-same 'cat big big' 'cat big | $vfile --tmp . insert big --at 9000001 --from - -o -'
 same 'printf "hello, world"' '$vfile insert small --at 5 --text , -o -'
 same 'printf "\0\nhello world"' '$vfile insert small -e --at 0 --text "\x00\n" -o -'
-same 'printf -- "-ohello world"' '$vfile insert small --text -o --at 0 -o -'
-same 'cat small' '$vfile insert small --at 5 --text "" -o -'
-same 'cat small' '$vfile insert empty --at 1g --from small -o -'
 same 'cat small' '$vfile cut "$noUtf8" --at 0 --len 1K'
 same 'tail -c +4097 big | head -c 1048576' '$vfile cut big --at 4k --len 1M'
-same 'printf "hello"' 'cp small s && $vfile delete s --at 5 --len 6 -o s && cat s'
 same 'printf "hello" | tee s2' 'cp small s && ln -sf s sl && $vfile delete sl --at 5 --len 6 --in-place && cat s && [[ -L sl ]]'
 same 'echo 1; printf "hELLo" | iconv -t UTF-16LE' '
     cp s2 s && $vfile replace ell ELL s --in-place && $vfile convert s --in-place --to utf-16 --no-bom && cat s'
@@ -80,18 +74,9 @@ for nothing in 'insert --at 3 --text ""' 'insert --at 3 --from empty' 'delete --
     same 'cat state' "\$vfile $nothing small --in-place --quiet; stat -c '%s %i %y %z' small"
 done
 fails 'vfile: *--in-place is wanted*' '$vfile insert small --at 0 --text x'
-fails 'vfile: *--in-place is wanted*' '$vfile convert small out --to utf-8 --in-place'
 fails 'vfile: *standard input has no place*' '$vfile delete - --at 0 --len 1 --in-place <small'
-same 'printf "abc" | cat - big' 'cp big s && $vfile insert s --text abc --at 0 -o s && cat s'
 same 'printf "name     small\nbytes    11\nlines    1\nlongest  11 bytes, line 1\n"' '$vfile info small'
-same 'printf "name     empty\nbytes    0 (empty)\nlines    0\n"' '$vfile info empty'
-same 'printf "name     -\nbytes    9000001\n"' 'cat big | $vfile info - | head -n 2'
-same 'printf "name     marked\nbytes    4\nmark     UTF-8\n"' '$vfile info marked | head -n 3'
-same 'printf "name     marked16\nbytes    2\nmark     UTF-16, high byte first\n"' '$vfile info marked16 | head -n 3'
-same 'echo Usage:' '$vfile insert --help | grep -o Usage:'
 
-same 'wc -l <text; wc -L <text' '$vfile info text | sed -nE "s/^lines +//p; s/^longest +([0-9]*) bytes.*/\1/p"'
-same 'awk "length > n { n = length; at = NR } END { print at }" text' '$vfile info text | sed -n "s/.* line //p"'
 same 'printf "name     mixed\nbytes    12\nlines    5\nends     2 LF, 1 CR LF, 1 CR\nlongest  3 bytes, line 2\n"' \
     '$vfile info mixed'
 for pattern in cat CAT concat 39999 ' ' '      1' 'cats '; do
@@ -109,22 +94,15 @@ for pattern in cat CAT concat 39999 ' ' '      1' 'cats '; do
     done
 done
 same 'awk -F: "\$1 >= 307200" all' '$vfile find "cats " text -iw --from 300k'
-same 'awk -F: "\$1 + 5 <= 307200" all | tac' '$vfile find "cats " text -iw --from 300k --back'
 same 'tr "\n" "\t" <text' '$vfile replace -e "\n" "\x09" text -o - 2>count'
 same 'wc -l <text' 'cat count'
 same 'sed "s/\$/\r/" text' '$vfile replace -e "\n" "\r\n" text -o - 2>count'
 same 'printf "1:1:2\n"' '$vfile find -e "\r\n" mixed'
-same 'printf "10:5:1\n3:2:1\n"' '$vfile find BCD mixed --back -i >x; $vfile find fg mixed; cat x'
 same 'printf "\\\\"' 'printf x >x; $vfile replace -e x "\\\\" x -o - 2>count'
 for range in 1 2..5 39999..40000 40000..70000 7000..25000; do
     same "sed -n ${range/../,}p text" "\$vfile lines text $range"
 done
-same 'printf "bcd\re\n"' '$vfile lines mixed 2..3'
-nothing '' '$vfile lines text 40001'
-nothing '' '$vfile lines empty 1'
-nothing '' '$vfile find dog text'
 nothing 0 '$vfile find dog text --count'
-nothing '' '$vfile find cat text --from 1g'
 same 'cat text; echo 0' '$vfile replace dog cat text -o out >x; cat out x'
 
 same 'printf "many/.cat:1:1:2\nmany/a.txt:0:1:1\nmany/b.txt:2:2:1\n"' \
@@ -143,11 +121,7 @@ fails 'vfile: many/z\*: not found' '$vfile find cat "many/z*"'
     for _ in {0..99}; do $vfile backup notes.txt; done >made
 )
 same 'echo notes.~xt; for n in {1..9}; do echo notes.~${n}t; done; for n in {10..99}; do echo notes.~$n; done' 'cat many/made'
-same 'printf "640 4\n"' 'stat -c "%a %s" many/notes.~* | sort -u'
 fails 'vfile: many/notes.txt: no free backup name is left' '$vfile backup many/notes.txt'
-fails 'vfile: missing: not found' '$vfile backup missing'
-fails 'vfile: standard input has no name*' '$vfile backup -'
-fails 'vfile: folder to folder.~: no permission' '$vfile backup folder'
 # Every encoding to every other and back, beside another converter; the mark tells, or else what was said.
 printf 'Gr\303\274\303\237e \342\202\254 \360\237\230\200\nend\n' >u8
 for enc in utf-8 utf-16 utf-16be; do
@@ -163,7 +137,6 @@ for enc in utf-8 utf-16 utf-16be; do
     same 'echo 1' 'cat count'
     # Places are counted in UTF-16 units: the last character of the first line takes two.
     same 'printf "8:1:9\n11:2:1\n"' '$vfile find --text $(printf "\360\237\230\200") marked; $vfile find --text END marked -i'
-    same 'printf "3:1:4\n7:1:8\n"' '$vfile find --text --encoding '$enc' -e "\\xC3\\x9F" plain; $vfile find --text --encoding '$enc' " " plain --from 6'
     same 'sed "s/end/END/" u8 | iconv -f UTF-8 -t '$raw '$vfile replace --text --encoding '$enc' end END plain -o changed >count; cat changed'
 done
 same 'printf "m1:4:2:2\nm1:0:1:1\nm2:1:1:2\n"' 'printf "\377\376a\0\r\0\n\0b\0a\0" >m1; printf "\357\273\277xa" >m2; $vfile find --text a "m?" --back'
@@ -175,9 +148,7 @@ for command in 'convert zero --in-place --to utf-16' 'replace --text --encoding 
     same 'printf "ab\0c"' 'cat zero'
 done
 fails 'vfile: /dev/fd/*: no text: a zero byte at 2' '$vfile convert <(cat zero) out2 --to utf-8'
-fails 'vfile: missing: not found' '$vfile convert missing out2 --to utf-8'
 fails 'vfile: no/out: illegal path' '$vfile convert u8 no/out --to utf-8'
-fails "vfile: --to: *'latin' is none of *" '$vfile convert u8 out2 --to latin'
 head -c 2000000 /dev/zero | tr '\0' x >xs
 ln -s out2 to2
 for out in out2 to2; do
@@ -185,18 +156,9 @@ for out in out2 to2; do
     same 'echo to2' 'echo *o*2*'
 done
 fails 'vfile: missing: not found' '$vfile info missing'
-fails 'vfile: missing: not found' '$vfile find dog missing'
 fails 'vfile: standard output: disk full' '$vfile find cat text >/dev/full'
-fails 'vfile: standard output: disk full' '$vfile find dog text --count >/dev/full'
 fails 'vfile: folder: no permission' '$vfile replace cat dog text -o folder'
-fails 'vfile: missing: not found' '$vfile insert small --from missing --at 0 -o -'
-fails 'vfile: no/such: illegal path' '$vfile info no/such'
-fails 'vfile: small/x: unknown path' '$vfile info small/x'
-fails 'vfile: folder: no permission' '$vfile cut folder --at 0 --len 1'
-fails 'vfile: folder: no permission' '$vfile delete small --at 0 --len 1 -o folder'
-fails 'vfile: no/such: illegal path' '$vfile delete small --at 0 --len 1 -o no/such'
 fails 'vfile: /dev/full: disk full' '$vfile insert small --at 0 --text x -o /dev/full'
-fails 'vfile: standard output: disk full' '$vfile cut small --at 0 --len 5 >/dev/full'
 fails 'vfile: standard output: no permission' '$vfile --cache 0 cut big --at 0 --len 5 >&-'
 fails 'vfile: standard input: no permission' '$vfile info - <&-'
 same 'cp small out; cat out' '! (ulimit -f 1000; $vfile insert big --at 0 --text x -o out --cache 20000) 2>x; cat out'

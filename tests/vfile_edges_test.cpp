@@ -1,14 +1,19 @@
-// What the random run meets too seldom: reasons to refuse, the blocks that changes leave, hooks that meddle.
+// What the random run cannot meet: reasons to refuse, threads and processes, want of memory and of addresses.
 #include <gtest/gtest.h>
-#include <vfile/result.h>
+#include <unistd.h>
+#include <vfile/thread.h>
 #include <vfile/virtual_file.h>
+#include <vfile/vmem.h>
 
-#include <functional>
-#include <sstream>
+#include <memory>
+#include <optional>
+#include <thread>
 
+#include "support/child.h"
+#include "support/faults.h"
 #include "support/halts.h"
 #include "support/host_source.h"
-#include "support/twin.h"
+#include "vfile/thread_slots.h"
 
 namespace vfile::test {
 namespace {
@@ -20,98 +25,132 @@ constexpr char kTen[] = "0123456789";
 TEST(VFileEdges, FirstReasonToRefuseCounts) {
     HostSource source(kTen);
     VFile const other("ab");
-    for (int kind = 0; kind < 5; ++kind) {
-        for (unsigned reasons = 1; reasons < 64; ++reasons) {
-            SCOPED_TRACE(testing::Message() << "kind " << kind << ", reasons " << reasons);
-            bool const stored = reasons & 32, bad = reasons & 16, locked = reasons & 8,
-                       readOnly = reasons & 4;
-            bool const tooLong = reasons & 2;
-            std::int32_t const start = bad ? -1 : 5, delLen = tooLong ? 1 : 2;
-            Probe file(kTen);
-            source.At(0);
-            file.SetPos(3);
-            file.Begin({.act = Script::kVeto, .veto = 24});
-            if (stored) file.res = ResNetworkError;
-            VFileInspector::Flags(file) = (locked ? VFile::Locked : 0) | (readOnly ? VFile::ReadOnly : 0);
-            VFileInspector::Length(file) = MaxLen;
-            kind == 0   ? file.ReplaceBuf(start, delLen, "ab", 2)
-            : kind == 1 ? file.ReplaceCh(start, delLen - 1, 'x', 1)
-            : kind == 2 ? file.ReplaceTxt(start, delLen, other, 0, 2)
-            : kind == 3 ? file.ReplaceFile(start, delLen, source.file, 2)
-                        : file.ReplaceFile(start, delLen, source.AsHandle(file), 2);
-            VFileInspector::Length(file) = 10;
-            EXPECT_EQ(file.res, stored     ? ResNetworkError
-                                : bad      ? ResCallError
-                                : locked   ? ResContextError
-                                : readOnly ? ResReadOnly
-                                : tooLong  ? ResTooLong
-                                           : 24);
-            EXPECT_EQ(file.GetPos(), reasons == 1 ? 5 : 3);
-            EXPECT_EQ(AllBytes(file), kTen);
-        }
-    }
-}
-
-// A change fills the current block or the one before, and merges where its last block meets a short one. What comes from a host
-// file is a block of its own, which makes any layout.
-TEST(VFileEdges, WhichBlocksMerge) {
-    struct {
-        char const* before;
-        std::int32_t start, delLen, insLen;
-        bool fromFile;
-        std::string after;
-    } const kCases[] = {
-        {"1024 100",       1020, 0,      10,   false, "1024 110 "                    },
-        {"1024 1014",      1020, 0,      10,   false, "1024 1024 "                   },
-        {"1024 1015",      1020, 0,      10,   false, "1024 10 1015 "                },
-        {"1000",           500,  0,      100,  false, "600 500 "                     },
-        {"600",            100,  0,      5000, false, "1024 1024 1024 1024 1004 500 "},
-        {"1000 1024",      1000, 0,      24,   false, "1024 1024 "                   },
-        {"1024 600",       1024, 0,      24,   false, "1024 624 "                    },
-        {"1024 1024",      1024, 0,      24,   false, "1024 24 1024 "                },
-        {"600 1024",       1400, 0,      10,   false, "1024 610 "                    },
-        {"600 1024",       605,  0,      10,   false, "1024 610 "                    },
-        {"600 1024 1024",  2000, 0,      10,   false, "1024 1024 610 "               },
-        {"1000 1024",      1500, 5,      10,   false, "1024 1005 "                   },
-        {"1000 1024",      2024, 0,      10,   false, "1024 1010 "                   },
-        {"1000 1024",      1010, 0,      20,   false, "1000 30 1014 "                },
-        {"1000 100 1024",  1000, 100,    0,    false, "1000 1024 "                   },
-        {"1000 100 1024",  1000, 99,     0,    false, "1000 1 1024 "                 },
-        {"1024 1024 1024", 10,   2500,   0,    false, "10 562 "                      },
-        {"1024 1024 1024", 1000, 2000,   30,   false, "1024 78 "                     },
-        {"20 1024",        10,   0,      1,    true,  "10 11 1024 "                  },
-        {"20 100",         10,   0,      1,    true,  "10 111 "                      },
-        {"1024 1024 7",    0,    MaxLen, 0,    false, "0 "                           },
-    };
-    HostSource source(Pattern(5000));
-    for (auto const& c : kCases) {
-        SCOPED_TRACE(c.after);
-        Twin twin;
-        std::istringstream before(c.before);
+    for (unsigned row = 0; row < 5 * 63; ++row) {
+        unsigned const kind = row / 63, reasons = 1 + row % 63;
+        SCOPED_TRACE(testing::Message() << "kind " << kind << ", reasons " << reasons);
+        bool const bad = reasons & 16, tooLong = reasons & 2;
+        std::int32_t const start = bad ? -1 : 5, delLen = tooLong ? 1 : 2;
+        Probe file(kTen);
         source.At(0);
-        for (std::int32_t n = 0; before >> n; source.At(n))
-            twin.Do([&](auto& f) { f.ReplaceFile(MaxLen, 0, source.AsHandle(f), n); });
-        twin.Do([&](auto& f) {
-            c.fromFile ? f.ReplaceFile(c.start, c.delLen, source.AsFile(f), c.insLen)
-                       : f.ReplaceBuf(c.start, c.delLen, Pattern(c.insLen, 9).data(), c.insLen);
-        });
-        std::string lengths;
-        BlkDesc const* const first = VFileInspector::First(twin.file);
-        for (BlkDesc const* b = first; b; b = b->next) lengths += std::to_string(b->len) + ' ';
-        EXPECT_EQ(lengths, c.after);
-        EXPECT_EQ(first->addr == kNoAddr, twin.model.bytes.empty()) << "its page";
-        twin.ExpectSameBytes();
+        file.SetPos(3);
+        file.Begin({.act = Script::kVeto, .veto = 24});
+        if (reasons & 32) file.res = ResNetworkError;
+        VFileInspector::Flags(file) = (reasons & 8 ? VFile::Locked : 0) | (reasons & 4 ? VFile::ReadOnly : 0);
+        VFileInspector::Length(file) = MaxLen;
+        kind == 0   ? file.ReplaceBuf(start, delLen, "ab", 2)
+        : kind == 1 ? file.ReplaceCh(start, delLen - 1, 'x', 1)
+        : kind == 2 ? file.ReplaceTxt(start, delLen, other, 0, 2)
+        : kind == 3 ? file.ReplaceFile(start, delLen, source.file, 2)
+                    : file.ReplaceFile(start, delLen, source.AsHandle(file), 2);
+        VFileInspector::Length(file) = 10;
+        EXPECT_EQ(file.res, reasons & 32  ? ResNetworkError
+                            : bad         ? ResCallError
+                            : reasons & 8 ? ResContextError
+                            : reasons & 4 ? ResReadOnly
+                            : tooLong     ? ResTooLong
+                                          : 24);
+        EXPECT_EQ(file.GetPos(), reasons == 1 ? 5 : 3);
+        EXPECT_EQ(AllBytes(file), kTen);
     }
 }
 
-TEST(VFileEdges, BufferStaysWithItsBlock) {
-    VFile file("abc");
-    file.SetPos(1);
-    EXPECT_TRUE(VFileInspector::BufDirty(file)) << "written back by a move inside the block";
-    file.Flush();
-    char taste[2];
-    file.ReadBytes(taste, 2);
-    EXPECT_EQ(VFileInspector::Buffer(file), nullptr) << "kept, or made by a bulk read";
+// A file that cannot come into being leaves the thread as if it had never been asked for.
+TEST(VFileEdges, NoMemoryForTheFirstFileOfAThread) {
+    std::thread([] {
+        int stops = 0;
+        for (int n = 1, last = -1; last < stops; ++n) {
+            last = stops;
+            VFile::SetMaxCacheSize(33);
+            std::string const halt = HaltOf([&] {
+                Faults const faults({.nth = n, .only = Call::kAllocate});
+                VFile file;
+            });
+            stops += !halt.empty();
+            EXPECT_TRUE(VFile::GetCacheSize() == 0 && VFile::GetMaxCacheSize() == 33);
+            EXPECT_EQ(VFile("again").res, ResDone);
+        }
+        EXPECT_GT(stops, 1);
+        EXPECT_TRUE(VFile_UninitializeThread());  // stops when a file is still counted
+    }).join();
+}
+
+// Most of it lies in the swap file, which the two processes share.
+TEST(VFileFork, ChildLeavesTheParentsFilesAlone) {
+    VFile::SetMaxCacheSize(3);
+    std::string const bytes = Pattern(100'000);
+    auto file = std::make_unique<VFile>(), other = std::make_unique<VFile>();
+    for (VFile* const f : {file.get(), other.get()}) f->ReplaceBuf(0, 0, bytes.data(), 100'000);
+    auto const child = [&] {
+        bool const fresh = TLS_GetFileCount() == 0 && !TLS_GetVMem() && VFile::GetMaxCacheSize() == 70;
+        VFile::SetMaxCacheSize(3);
+        unsigned char b;
+        EXPECT_ASSERTION_STOP("VFile", other->SetPos(0));
+        auto const read = [&] {
+            for (int i = 0; i < 100'000; ++i) other->ReadPrevByte(b);
+        };
+        EXPECT_NE(HaltOf(read), "");
+        EXPECT_EQ(HaltOf([&] { file.reset(); }), "");
+        Twin own(Pattern(60'000, 4));
+        EXPECT_ASSERTION_STOP("VFile", own.file.ReplaceTxt(0, 0, *other, 0, 1));
+        EXPECT_EQ(HaltOf([&] { other.reset(); }), "");
+        own.Do([](auto& f) { f.ReplaceTxt(25'000, 10, f, 100, 40'000); });
+        own.ExpectSameBytes();
+        return fresh && !testing::Test::HasFailure();
+    };
+    EXPECT_EQ(InChild(child), 0);
+    EXPECT_EQ(AllBytes(*file), bytes);
+    other->ReplaceBuf(50'000, 1, "new", 3);
+    EXPECT_EQ(AllBytes(*other), std::string(bytes).replace(50'000, 1, "new"));
+    VFile::SetMaxCacheSize(70);
+}
+
+void ExpectSettings(int limit, TString const& dir) {
+    EXPECT_EQ(VFile::GetMaxCacheSize(), limit);
+    TChar const* const held = VFile::GetTempDir();
+    EXPECT_EQ(TString(held ? held : u"none"), dir);
+}
+
+TEST(ThreadState, SettingsOutliveTheMemoryAndEndWithTheState) {
+    std::thread([] {
+        EXPECT_TRUE(VFile_UninitializeThread() && !VFile_IsThreadInitialized());
+        VFile::SetMaxCacheSize(200);
+        ExpectSettings(0, u"none");
+        EXPECT_TRUE(VFile_InitializeThread());
+        VFile::SetMaxCacheSize(-5);
+        VFile::SetTempDir(u"/some/where");
+        VFile::SetTempDir(VFile::GetTempDir() + 5);  // of the string that the setter is about to free
+        EXPECT_TRUE(VFile_InitializeThread());
+        ExpectSettings(-5, u"/where");
+        for (int const limit : {0, 200}) {
+            VFile one, two;
+            EXPECT_TRUE(TLS_GetFileCount() == 2 && TLS_GetVMem() && TLS_GetBlkPool());
+            ExpectSettings(limit, limit == 0 ? u"/where" : u"/late");
+            VFile::SetTempDir(u"/late");
+            one.ReplaceCh(0, 0, 'x', 5000);
+            EXPECT_EQ(VFile::GetCacheSize(), limit > 0 ? 5 : 1);
+            VFile::ReleaseCache();
+            EXPECT_EQ(VFile::GetCacheSize(), 0);
+            VFile::SetMaxCacheSize(200);
+        }
+        EXPECT_TRUE(TLS_GetFileCount() == 0 && !TLS_GetVMem() && !TLS_GetBlkPool());
+        ExpectSettings(200, u"/late");
+        VFile::SetTempDir(u"");
+        EXPECT_EQ(VFile::GetTempDir(), nullptr);
+    }).join();
+}
+
+std::optional<VFile> fileOfTheProgram;
+
+TEST(ThreadStateDeathTest, LiveFilesStopAndLateOnesDoNot) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // in processes of their own, not in forked children
+    EXPECT_EXIT(std::thread([] { new VFile; }).join(), testing::KilledBySignal(SIGABRT), "VFile, line ");
+    EXPECT_EXIT((new VFile, std::exit(0)), testing::KilledBySignal(SIGABRT), "VFile, line ");
+    auto const lateFiles = [] {
+        fileOfTheProgram.emplace('x', 200'000);
+        std::thread([] { static thread_local VFile late('x', 200'000); }).join();
+        std::exit(0);
+    };
+    EXPECT_EXIT(lateFiles(), testing::ExitedWithCode(0), "^$");
 }
 
 }  // namespace

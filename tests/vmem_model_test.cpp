@@ -111,14 +111,12 @@ private:
     std::byte bytes[2][5000] = {};
 };
 
-char place[1];
 constexpr char const* kExtendFull = "VMem, ExtendFile():\nwriting on swap file failed (disk full?)";
 constexpr char const* kFlushFull = "VMem, FlushCachePtr():\nwriting on swap file failed (disk full?)";
 constexpr char const* kExtendSeek = "VMem, ExtendFile():\nseeking in swap file failed";
 constexpr char const* kFlushSeek = "VMem, FlushCachePtr():\nseeking in swap file failed";
 constexpr char const* kFindSeek = "VMem, FindPage():\nseeking in swap file failed";
 constexpr char const* kFindRead = "VMem, FindPage():\nreading from swap file failed";
-constexpr char const* kNoFile = "VMem, FlushCachePtr():\nswap file creation failed";
 constexpr char const* kNoMemory = "VMem, NewCachePtr():\np==NIL";
 
 // The same pages in the same order with the same bytes. Where anything may fail at any time and throw, still the
@@ -142,76 +140,6 @@ TEST(VMemModel, RandomOperations) {
     EXPECT_EQ(halts, all);
 }
 
-// Changed pages from the first one on are flushed: at best in one call, else the last page alone behind zeros.
-TEST(VMemFaults, WhatFailsAloneStops) {
-    struct {
-        int pages;
-        Fault fault;
-        std::string halt;
-    } const cases[] = {
-        {8, {Fault::kFail, 2, EIO, 0, Call::kWriteAt},              ""         },
-        {8, {Fault::kFail, 1, EIO, 0, Call::kWriteAt},              ""         },
-        {8, {Fault::kCutAll, 1, 0, 700, Call::kWriteAt},            ""         },
-        {8, {Fault::kCutThenFail, 1, ENOSPC, 3172, Call::kWriteAt}, kExtendFull},
-        {8, {Fault::kCutThenFail, 1, EINVAL, 8000, Call::kWriteAt}, kFlushSeek },
-        {8, {Fault::kFailOnward, 1, EINVAL, 0, Call::kWriteAt},     kExtendSeek},
-        {1, {Fault::kFailOnward, 1, ENOSPC, 0, Call::kWriteAt},     kFlushFull },
-        {1, {Fault::kCutThenFail, 1, EINVAL, 1023, Call::kWriteAt}, kFlushFull },
-        {1, {Fault::kFail, 1, EEXIST, 0, Call::kOpen},              ""         },
-        {1, {Fault::kFailOnward, 1, EMFILE, 0, Call::kOpen},        kNoFile    },
-    };
-    for (auto const& [pages, fault, halt] : cases) {
-        SCOPED_TRACE(halt + std::to_string(fault.kind));
-        Pair pair;
-        for (int page = 0; page < pages; ++page) pair.Set(page * 1024);
-        pair.faults.emplace(fault);
-        EXPECT_EQ(HaltOf([&] { pair.memory.FlushCache(); }), halt);
-        pair.faults.reset();
-        EXPECT_STREQ(BrokenRule(pair.memory), nullptr);
-        pair.memory.ReleaseCache();
-        for (int page = 0; page < pages; ++page) pair.Get(page * 1024);
-    }
-}
-
-// A value lies in memory as its own bytes, across the border of two pages too, and leaves those beside it.
-template <class T>
-void TryValue(T const value) {
-    Pair pair;
-    std::int32_t const addr = 1024 - static_cast<std::int32_t>(sizeof value) / 2;
-    std::byte bytes[32], wanted[32];
-    std::memset(bytes, 0x5A, sizeof bytes);
-    std::memcpy(wanted, bytes, sizeof bytes);
-    std::memcpy(wanted + 8, &value, sizeof value);
-    pair.memory.Set(addr - 8, bytes, sizeof bytes);
-    pair.memory.Set(addr, value);
-    T got{};
-    pair.memory.Get(addr, got);
-    pair.memory.Get(addr - 8, bytes, sizeof bytes);
-    EXPECT_TRUE(got == value && std::memcmp(bytes, wanted, sizeof bytes) == 0) << sizeof value;
-}
-
-TEST(VMemValues, OfEveryWidth) {
-    TryValue('\xF1');
-    TryValue(u'\xF1E2');
-    TryValue(std::int16_t{-4711});
-    TryValue(std::uint32_t{0xF1E2D3C4});
-    TryValue(std::int64_t{-0x0E1D2C3B4A596877});
-    TryValue(1.5f);
-    TryValue(-1e300);
-    TryValue(static_cast<void*>(place));
-}
-
-TEST(VMemFaults, AGapThatCannotBeKeptIsNoGap) {
-    Pair pair;
-    std::int32_t addr = -1;
-    pair.memory.Alloc(addr, 100);
-    pair.memory.SetMaxCacheSize(0);
-    pair.Set(0);
-    pair.faults.emplace(Fault{Fault::kFailOnward, 1, ENOSPC, 0, Call::kWriteAt});
-    EXPECT_EQ(HaltOf([&] { pair.memory.AllocPage(addr); }), kFlushFull);
-    EXPECT_EQ(See::MaxAddress(pair.memory), addr + 100);
-}
-
 TEST(VMemCalls, ReadsAndWritesAreLarge) {
     Pair pair;
     pair.faults.emplace(Fault{Fault::kFail, 2048 / 64 + 1, EIO, 0, Call::kWriteAt});
@@ -226,17 +154,6 @@ TEST(VMemCalls, ReadsAndWritesAreLarge) {
     }
     EXPECT_EQ(pair.faults->Hit(), Call::kNone) << "more reads than needed";
     pair.faults.reset();
-
-    pair.memory.ReleaseCache();
-    platform::Handle const file = See::SwapHandle(pair.memory);
-    ASSERT_TRUE(platform::SetPosition(file, 1024 * 1024 + 5000) && platform::TruncateHere(file));
-    std::int32_t got = 0;
-    for (std::int32_t page = 1020; page < 1040; ++page) {  // alone, then with those behind it
-        std::string const halt = HaltOf([&] { pair.memory.Get(page * 1024, got); });
-        EXPECT_EQ(halt, page < 1028 ? "" : kFindRead) << page;
-    }
-    pair.memory.DeallocAll();
-    EXPECT_STREQ(BrokenRule(pair.memory), nullptr) << "what was read ahead goes with the file";
 }
 
 }  // namespace

@@ -13,22 +13,14 @@ namespace {
 using Input = std::vector<std::uint8_t>;
 
 Input VariantOf(Input input, std::mt19937& random) {
-    for (auto changes = 1 + random() % 8; changes > 0 && !input.empty(); --changes) {
+    for (auto changes = 1 + random() % (8 + input.size() / 4); changes > 0 && !input.empty(); --changes) {
         std::uint8_t const other = input[random() % input.size()];
         auto const at = input.begin() + static_cast<std::ptrdiff_t>(random() % input.size());
-        switch (random() % 4) {
-            case 0:
-                input.erase(at);
-                break;
-            case 1:
-                input.insert(at, other);
-                break;
-            case 2:
-                *at = other;
-                break;
-            default:
-                *at = static_cast<std::uint8_t>(*at + random() % 3);
-        }
+        auto const kind = random() % 4;
+        if (kind == 0) input.erase(at);
+        if (kind == 1) input.insert(at, other);
+        if (kind == 2) *at = other;
+        if (kind == 3) *at = static_cast<std::uint8_t>(*at + random() % 3);
     }
     return input;
 }

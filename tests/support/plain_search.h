@@ -1,8 +1,9 @@
 // Search told plainly, by looking at every place of a string of bytes or of 16-bit units.
 #pragma once
 
+#include <vfile/types.h>
+
 #include <algorithm>
-#include <ostream>
 #include <string>
 
 namespace vfile::test {
@@ -23,11 +24,6 @@ struct Outcome {
     bool operator==(Outcome const&) const = default;
 };
 
-inline std::ostream& operator<<(std::ostream& out, Outcome const& o) {
-    return out << (o.found ? "found " : "missed ") << o.position << ", cursor " << o.cursor
-               << (o.eof ? ", eof" : "");
-}
-
 template <class Char>
 class SearchModel {
 public:
@@ -38,14 +34,14 @@ public:
     Outcome Find(int from, Query<Char> const& q) const {
         int const m = static_cast<int>(q.pattern.size());
         int const length = static_cast<int>(text_.size());
-        for (int start = from; start + m <= length; ++start) {
+        for (int start = std::min(from, length); start + m <= length; ++start) {
             if (!IsAt(start, q)) continue;
             int const end = start + m;
             if (!q.wholeWord) return {true, end, std::min(end + 1, length), end == length};
             if (!IsWord(end) && !IsWord(start - 1)) return {true, end, std::max(start - 1, 0), start == 0};
             start = end - 1;  // passed as a whole
         }
-        return {false, std::max(from, length) + 1, length, true};
+        return {false, from < MaxLen ? std::max(from, length) + 1 : MaxLen, length, true};
     }
 
     Outcome FindBack(int limit, Query<Char> const& q) const {

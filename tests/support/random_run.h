@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 
+#include "support/cut_file.h"
 #include "support/faults.h"
 #include "support/host_source.h"
 #include "support/twin.h"
@@ -67,6 +68,7 @@ public:
         files_.clear();
         for (std::int32_t n = 1 + Some(4); n > 0; --n) files_.push_back(std::make_unique<Twin>());
         limit_ = Some(8) == 0 ? 200'000 : 20'000;
+        if (Some(4) == 0) Shatter(*files_[0]);
     }
 
     void Step() {
@@ -76,7 +78,8 @@ public:
         if (twin_->model.Length() > limit_ || dice > 996) return Shrink();
         if (dice < 5) return BearOrBury();
         if (dice < 9) return Exchange(*Any());
-        if (dice < 20) return twin_->ExpectSameBytes();
+        if (dice < 15) return twin_->ExpectSameBytes();
+        if (dice < 20) return Compare(*Any());
         if (dice < 22) return VFile::ReleaseCache();
         if (dice < 24) return VFile::SetMaxCacheSize(CacheLimit());
         Relax();
@@ -204,6 +207,35 @@ private:
     void Meet(Twin& unborn) {
         twin_ = &unborn;
         Some(2) ? Read(Some(8)) : Some(2) ? Change(Some(20)) : Some(2) ? Move(Some(8)) : Flags(Some(8));
+    }
+
+    // Thousands of tiny blocks, so that seeks go by marks.
+    void Shatter(Twin& twin) {
+        VFile tiny;
+        std::mt19937 random(random_());
+        BlockCutter().Fill(tiny, data_.substr(0, 9000), 3, random);
+        twin.file.Swap(tiny);
+        twin.model = Model{};
+        twin.model.bytes = data_.substr(0, 9000);
+        twin.Do([](auto& f) { f.SetPos(0); });
+    }
+
+    // All operators, against the order of the strings, which is that of unsigned bytes.
+    void Compare(Twin& other) {
+        VFile copy(twin_->file, 0, MaxLen);
+        std::string bytes = twin_->model.bytes;
+        std::int32_t const at = Some(copy.Length() + 1), kept = Some(2);
+        auto const ordered = [](auto const& a, auto const& b, int order) {
+            return (a == b) == (order == 0) && (a != b) == (order != 0) && (a < b) == (order < 0) &&
+                   (a <= b) == (order <= 0) && (a > b) == (order > 0) && (a >= b) == (order >= 0);
+        };
+        copy.ReplaceBuf(at, kept, "\x80", 1);  // stands in the buffer alone
+        bytes.replace(static_cast<std::size_t>(at), static_cast<std::size_t>(kept), "\x80");
+        int const order = bytes.compare(twin_->model.bytes);
+        EXPECT_TRUE(ordered(copy, twin_->file, order) && ordered(twin_->file, copy, -order));
+        EXPECT_TRUE(ordered(twin_->file, bytes.c_str(), twin_->model.bytes.compare(bytes.c_str())));
+        EXPECT_TRUE(ordered(twin_->file, other.file, twin_->model.bytes.compare(other.model.bytes)));
+        twin_->Do([](auto&) {});
     }
 
     // Most operations should meet a file that lets them through.
