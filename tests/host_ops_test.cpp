@@ -271,7 +271,7 @@ TEST(HostOps, AttributesExistenceAndRemoval) {
     EXPECT_TRUE(!HFile::Copy(name("other").c_str(), name("new").c_str(), code, true) &&
                 code == ResNoPermission);
     EXPECT_TRUE(!HFile::Rename(name("other").c_str(), name("new").c_str(), code) && code == ResNoPermission);
-    if (getuid() != 0) return;
+    if (getuid() != 0 || Info("/dev/shm").st_dev == Info(zoo.Bytes("")).st_dev) return;
     // The owner is not kept then, and nothing may run with the rights of another.
     seteuid(0);
     chmod(zoo.Bytes("").c_str(), 0777);
