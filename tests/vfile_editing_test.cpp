@@ -92,6 +92,7 @@ struct {
     {FORM(f.InclFlag(VFile::InsertMode); f << 65535u), "abc65535defgh", 8},
     {FORM(f << 'x' << 12 << "y"), "abcx12yh", 7},
     {FORM(f += f), "abcdefghabcdefgh", 16},
+    {FORM(char c = 'x'; signed char d = 'x'; f.SetPos(7); f >> c >> d; EXPECT_TRUE(c == 'h' && d == 0 && f.eof)), "abcdefgh", 8},
     {FORM(s.text.SetPos(7); s.text >> f; EXPECT_EQ(s.text.GetPos(), 10)), "789", 3},
 };
 // clang-format on
@@ -139,34 +140,6 @@ TEST(Editing, Numbers) {
     VFile file;
     ExpectNumbers(file);
     ExpectNumbers(host);
-}
-
-TEST(Editing, MovesOutOfAFile) {
-    VFile file("ab"), refusing("keep");
-    char c = 'x';
-    signed char d = 'x';
-    file.SetPos(1);
-    file >> c >> d;
-    EXPECT_TRUE(c == 'b' && d == 0 && file.eof);
-    refusing.InclFlag(VFile::ReadOnly);
-    file.SetPos(1);
-    file >> refusing;
-    EXPECT_TRUE(file.res == ResReadOnly && file.GetPos() == 1 && AllBytes(refusing) == "keep");
-}
-
-TEST(Editing, LoadingConstructors) {
-    HostSource source(Pattern(3000));
-    VFile const other("abcdefgh");
-    auto const check = [](VFile const& file, std::string const& bytes, FileRes res = ResDone) {
-        EXPECT_TRUE(AllBytes(file) == bytes && file.GetPos() == std::ssize(bytes) && file.res == res)
-            << bytes;
-    };
-    check(VFile('x', 3000), std::string(3000, 'x'));
-    check(VFile('x', -1), "", ResCallError);
-    check(VFile(source.AsHandle(other), 1500), Pattern(3000).substr(0, 1500));
-    check(VFile(source.file, MaxLen), Pattern(3000).substr(1500));
-    check(VFile(other, 6), "gh");
-    check(VFile(other, -2, 3), "", ResCallError);
 }
 
 }  // namespace

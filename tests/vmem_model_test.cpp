@@ -140,21 +140,5 @@ TEST(VMemModel, RandomOperations) {
     EXPECT_EQ(halts, all);
 }
 
-TEST(VMemCalls, ReadsAndWritesAreLarge) {
-    Pair pair;
-    pair.faults.emplace(Fault{Fault::kFail, 2048 / 64 + 1, EIO, 0, Call::kWriteAt});
-    for (int page = 0; page < 2048; ++page) pair.Set(page * 1024);
-    pair.Both([](auto& either) { either.ReleaseCache(); });
-    EXPECT_EQ(pair.faults->Hit(), Call::kNone) << "more writes than needed";
-    pair.faults.reset();
-    pair.faults.emplace(Fault{Fault::kFail, 2048 / 32 + 8, EIO, 0, Call::kReadAt});
-    for (int page = 0; page < 2048; ++page) pair.Set(page * 1024);  // whole pages are not read first
-    for (int i = 0; i < 512; ++i) {                                 // four runs, two of them downwards
-        for (int const page : {i, 1023 - i, 1024 + i, 2047 - i}) pair.Get(page * 1024);
-    }
-    EXPECT_EQ(pair.faults->Hit(), Call::kNone) << "more reads than needed";
-    pair.faults.reset();
-}
-
 }  // namespace
 }  // namespace vfile::test

@@ -91,11 +91,9 @@ TEST(VMemStops, BrokenContractsAtTheEndOfTheAddresses) {
         std::function<void()> action;
     } const cases[] = {
         {"Get():\nlength of specified virt.memory must be >0", [&] { memory.Get(-1, nullptr, -1); }},
-        {"Set():\nillegal address (<0)", [&] { memory.Set(-1, nullptr, 5000); }},
         {"Set():\nillegal address (>max.address)", [&] { memory.Set(MaxLen - 7, buf, 8); }},
         {"DeallocPage():\naddress is not a page address", [&] { memory.DeallocPage(at = -1); }},
         {"Dealloc0():\nillegal address (>max.address)", [&] { memory.Dealloc(at = MaxLen - 3, 1); }},
-        {"Alloc():\nlen must be >0", [&] { memory.Alloc(at, 0); }},
         {"Alloc():\nout of virtual memory", [&] { memory.Alloc(at, 1); }},
         {"CopyBytes():\nlen must be >=0", [&] { memory.CopyBytes(3, 3, -1); }},
     };

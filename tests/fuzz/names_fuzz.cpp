@@ -7,9 +7,10 @@
 #include <array>
 #include <filesystem>
 #include <memory>
-#include <optional>
+#include <vector>
 
 #include "fuzz/fuzz.h"
+#include "hostfile/wildcard.h"
 
 namespace vfile::test {
 namespace {
@@ -82,36 +83,6 @@ void CheckFullName(TString const& path, std::uint32_t size) {
     FUZZ_CHECK(full.Text() == (want.size() < size ? want : path.substr(0, size - 1)));
 }
 
-bool IsDigit(TString const& s, std::size_t i) { return i < s.size() && s[i] >= u'0' && s[i] <= u'9'; }
-
-// The extension behind `ext`, by its number; none behind 99.
-std::optional<TString> NextBackup(TString const& ext) {
-    TString const dot = ext.starts_with(u'.') ? u"." : u"", p = ext.substr(dot.size());
-    if (p.empty()) return u".~";
-    if (p[0] != u'~') return dot + u"~" + (IsDigit(p, 1) || IsDigit(p, 2) ? TString() : p.substr(1));
-    if (!IsDigit(p, 1)) return dot + u"~1" + (IsDigit(p, 2) || p.size() < 2 ? TString() : p.substr(2));
-    int const digits = IsDigit(p, 2) ? 2 : 1;
-    int const number = digits == 1 ? p[1] - u'0' + 1 : (p[1] - u'0') * 10 + (p[2] - u'0') + 1;
-    if (number == 100) return std::nullopt;
-    TString text;
-    if (digits == 2 || number > 9) text += static_cast<TChar>(u'0' + number / 10);
-    text += static_cast<TChar>(u'0' + number % 10);
-    std::size_t const used = 1 + text.size();
-    return dot + u"~" + text + (p.size() > used ? p.substr(used) : TString());
-}
-
-void CheckBackups(TString const& ext, std::uint32_t size) {
-    Buffer buffer(size, ext);
-    for (int step = 0; step < 110; ++step) {
-        TString const before = buffer.Text();
-        auto const want = NextBackup(before);
-        bool const done = HFile::GetNextBackupExt(buffer.At(), size);
-        FUZZ_CHECK(done == (want && (want->size() < size || want->size() <= before.size())));
-        FUZZ_CHECK(buffer.Text() == (done ? want->substr(0, size - 1) : before));
-        if (!done) return;
-    }
-}
-
 void CheckSeparator(TString const& path, std::uint32_t size) {
     Buffer buffer(size, path);
     TString const before = buffer.Text();
@@ -120,6 +91,22 @@ void CheckSeparator(TString const& path, std::uint32_t size) {
     FUZZ_CHECK(buffer.Text() == (adds ? before + u'/' : before));
     HFile::BuildName(buffer.At(), size, path.c_str(), before.c_str());
     FUZZ_CHECK(buffer.Text() == (path + before).substr(0, size - 1));
+}
+
+// The wildcard match against one that fills a table of all beginnings of pattern and name.
+bool Matches(TString const& pattern, TString const& name) {
+    if (pattern == u"*.*") return true;
+    std::vector<bool> row(name.size() + 1);  // of the name's beginnings, which match the pattern's beginning
+    row[0] = true;
+    for (TChar const c : pattern) {
+        std::vector<bool> next(name.size() + 1);
+        next[0] = c == u'*' && row[0];
+        for (std::size_t n = 1; n <= name.size(); ++n) {
+            next[n] = c == u'*' ? row[n] || next[n - 1] : row[n - 1] && (c == u'?' || c == name[n - 1]);
+        }
+        row = next;
+    }
+    return row[name.size()];
 }
 
 }  // namespace
@@ -133,7 +120,10 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     vfile::TString const path = input.Units(350);
     CheckSplitting(path, sizes);
     CheckFullName(path, sizes[0] * 4);
-    CheckBackups(path, sizes[1]);
     CheckSeparator(path, sizes[2]);
+    // The path holds a pattern and a name, too.
+    std::size_t const cut = std::min<std::size_t>(sizes[3], path.size());
+    auto const pattern = path.substr(0, cut), name = path.substr(cut);
+    FUZZ_CHECK(vfile::MatchesWildcard(pattern, name) == Matches(pattern, name));
     return 0;
 }

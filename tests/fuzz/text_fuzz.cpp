@@ -108,6 +108,16 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         FUZZ_CHECK(units == FromUtf8(body.substr(0, body.find('\0'))));  // where such a text ends
     if (wide) FUZZ_CHECK(units == FromUtf16(body, encoding == EncodingUtf16BE));
 
+    TCharVFile sniffed;  // by its mark, the longest first
+    TCharVFile::Encoding found{};
+    sniffed.LoadText(source.Name(), found, 1);
+    FUZZ_CHECK(sniffed.res == vfile::ResDone && sniffed.GetPos() == 0);
+    FUZZ_CHECK(found == (bytes.starts_with(kMarks[2])   ? EncodingUtf8
+                         : bytes.starts_with(kMarks[1]) ? EncodingUtf16
+                         : bytes.starts_with(kMarks[3]) ? EncodingUtf16BE
+                                                        : EncodingAnsi));
+    if (found == encoding) FUZZ_CHECK(UnitsOf(sniffed) == units);
+
     bool const marked = (data[0] & 8) != 0;
     text.SaveText(target.Name(), true, encoding, marked);
     FUZZ_CHECK(text.res == vfile::ResDone);
