@@ -222,7 +222,6 @@ constexpr int kErrors[] = {EIO,    ENOSPC, EDQUOT, EFBIG,   EACCES, EPERM,    EN
                            EBUSY,  ENOENT, EINTR,  EAGAIN,  EPIPE};
 
 struct Tally {
-    int faults = 0;
     int halts = 0;
     std::set<FileRes> codes;
 } tally;
@@ -273,7 +272,6 @@ bool RunOnce(Scenario const& s, Fault const& fault, std::string const& held, Lis
     SCOPED_TRACE(testing::Message() << s.name << ": call " << fault.nth << ", of kind " << int(hit)
                                     << ", fault " << fault.kind << ", error " << fault.error << ", code "
                                     << code);
-    ++tally.faults;
     tally.halts += !halt.empty();
     tally.codes.insert(code);
     bool const failed = code != ResDone || !halt.empty();
@@ -356,7 +354,7 @@ TEST_P(FaultLoop, EveryCallFailsInTurn) {
     std::string held;
     Listing listing;
     RunClean(s, held, listing);
-    int const before = tally.faults, halts = tally.halts;
+    int const halts = tally.halts;
     std::vector<Fault> kinds{
         {.kind = Fault::kCut, .cut = 1},
         {.kind = Fault::kCut                  }
@@ -376,8 +374,6 @@ TEST_P(FaultLoop, EveryCallFailsInTurn) {
             met = RunFresh(s, fault, held, listing);
         }
     }
-    RecordProperty("faults", tally.faults - before);
-    RecordProperty("halts", tally.halts - halts);
     EXPECT_TRUE(!s.stops || tally.halts - halts > static_cast<int>(std::size(kErrors)))
         << "one call at most made it stop";
     if (s.name != "load") return;

@@ -18,11 +18,10 @@ TEST(Halt, SaysItWordByWordAndCutsItToItsBuffer) {
     for (std::size_t const length : {0u, 7u, 240u, 300u}) {
         TString const text(length, u'\xD83D');
         Halt(text.c_str());
-        Halt(u"HSys", text.c_str());
         Halt(u"VMem", text.c_str(), u"disk % full");
         HaltA(u"Host", text.c_str(), 0);
         Fatal(text.c_str(), MaxLen);
-        TString const all[] = {u"HSys: " + text, u"VMem, " + text + u"():\ndisk % full",
+        TString const all[] = {u"VMem, " + text + u"():\ndisk % full",
 
                                u"Host, " + text + u"(), line 0:\nAssertion failure",
                                u"Fatal Error 2147483647 in module " + text + u" "};

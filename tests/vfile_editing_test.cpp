@@ -91,7 +91,6 @@ struct {
     {FORM(f = s.text), "0123456789", 10},
     {FORM(f.InclFlag(VFile::InsertMode); f << 65535u), "abc65535defgh", 8},
     {FORM(f << 'x' << 12 << "y"), "abcx12yh", 7},
-    {FORM(f += f), "abcdefghabcdefgh", 16},
     {FORM(char c = 'x'; signed char d = 'x'; f.SetPos(7); f >> c >> d; EXPECT_TRUE(c == 'h' && d == 0 && f.eof)), "abcdefgh", 8},
     {FORM(s.text.SetPos(7); s.text >> f; EXPECT_EQ(s.text.GetPos(), 10)), "789", 3},
 };
