@@ -92,7 +92,8 @@ TEST(HostFile, GoesToPositionsAndReadsStretches) {
     }
     char buf[9] = "#";
     file.Reset();
-    EXPECT_TRUE(file.ReadTxt(buf, 4, 8, 5) == 2 && std::string(buf) == "89" && file.GetPos() == 10);
+    EXPECT_TRUE(file.ReadTxt(buf, 4, 8, 5) == 2 && std::string(buf) == "89" && file.GetPos() == 10 &&
+                !file.eof);
     EXPECT_TRUE(file.ReadTxt(buf, 4, 5, MaxLen) == 3 && std::string(buf) == "567" && file.GetPos() == 8);
     EXPECT_TRUE(file.ReadTxt(buf, 9, 50, 5) == 0 && *buf == 0 && file.GetPos() == 10);
 }

@@ -46,6 +46,8 @@ TEST(VMemChunks, EdgesOfTheAllocator) {
         {"",        "p1024=0 p1024=1024 p1024=2048 d1024=0 d1024=1024 p1024=1024 a1024=0 a1024=3072"},
         {"",        "a1023=0 p1024=2048 a1015=1023 a10=2038"                                        },
         {"",        "a4=0 a5=4 a1024=9 a4=1033 f4=0 f5=4 f1024=9 a1024=9 a2=0 a5=4"                 },
+        {"",        "a9=0 a1024=9 a9=1033 f1024=9 p1024=2048"                                       },
+        {kAllLists, "a54=0 a4=54 f54=0 a50=0 a4=50"                                                 },
         {kAllLists, "a53=0 a4=53 f53=0 a50=57 a53=0"                                                },
         {kAllLists, "a60=0 a4=60 a60=64 a40=124 a4=164 f60=0 f60=64 f40=124 a10=64"                 },
     };
@@ -96,6 +98,8 @@ TEST(VMemStops, BrokenContractsAtTheEndOfTheAddresses) {
     // clang-format on
     for (auto const& c : cases) EXPECT_EQ(HaltOf(c.action), std::string("VMem, ") + c.halt);
     memory.Get(-1, nullptr, 0);  // nothing is checked
+    memory.Set(0, std::int32_t{1}), memory.Set(16384 * 1024, std::int32_t{2}), memory.Get(0, at);
+    EXPECT_EQ(at, 1) << "pages so far apart compete for one place in the table";
     memory.DeallocPage(at = 0);
     EXPECT_TRUE(memory.CanAllocPage()) << "one free page is enough";
 }

@@ -11,8 +11,8 @@ namespace {
 
 // Few characters, so that much is found and more nearly found. Those beside the letters and beyond ASCII must not fold,
 // and bytes of units make others across the border of two.
-constexpr std::string_view kBytes = "aAbBaAb1. z[@`\xC1\xE1";
-constexpr std::u16string_view kUnits = u"aAbBaAb1. z[@\u6161\u6100\u0061";
+constexpr std::string_view kBytes = "aAbBab09/:z[@`{\xC1";
+constexpr std::u16string_view kUnits = u"aAbBab09/:z[@\u6161\u6100{";
 
 // NOLINTNEXTLINE(google-readability-casting): the one cast that reaches a private base.
 VFile& BytesOf(TCharVFile& file) { return (VFile&)file; }
