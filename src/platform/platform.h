@@ -174,8 +174,7 @@ struct ReplacementNames {
     TChar const* target;
     TChar const* part;   // of the fresh file so far
     TChar const* whole;  // of the fresh file from its flush on, unless that is taken
-    TChar const*
-        aside;  // of the old file, where the system cannot replace without a moment at which it has another name
+    TChar const* aside;  // of the old file, where the system cannot replace it at once
 };
 
 // What the names mean behind it.

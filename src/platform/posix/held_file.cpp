@@ -19,14 +19,19 @@ bool CheckUntouched(char const* path, struct stat const& then) {
     struct stat now;
     if (lstat(path, &now) != 0) return FailNamed(path);
     bool const same = IsSame(now, then) && now.st_size == then.st_size &&
-                      now.st_ctim.tv_sec == then.st_ctim.tv_sec && now.st_ctim.tv_nsec == then.st_ctim.tv_nsec;
+                      now.st_ctim.tv_sec == then.st_ctim.tv_sec &&
+                      now.st_ctim.tv_nsec == then.st_ctim.tv_nsec;
     return same || Fail(EBUSY);
 }
 
-void RemoveIfStill(char const* path, int descriptor) {
+bool Means(char const* path, int descriptor) {
     struct stat named, held;
-    if (lstat(path, &named) == 0 && fstat(descriptor, &held) == 0 && IsSame(named, held)) unlink(path);
+    if (fstat(descriptor, &held) != 0 || lstat(path, &named) != 0) return false;
+    errno = EBUSY;
+    return IsSame(named, held);
 }
+
+bool RemoveIfStill(char const* path, int descriptor) { return Means(path, descriptor) && unlink(path) == 0; }
 
 bool FailNamed(char const* path) {
     StoreNameError(errno, path);

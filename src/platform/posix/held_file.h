@@ -43,9 +43,12 @@ bool IsSame(struct stat const& a, struct stat const& b);
 // Whether the name itself, no link followed, still means what it meant, and nobody has changed that (kSharingViolation).
 bool CheckUntouched(char const* path, struct stat const& then);
 
-// Removes a name that means the open file, and no other. Another that takes the name between the look and the removal
-// is removed in its place: no system call removes a name by what it means.
-void RemoveIfStill(char const* path, int descriptor);
+// Whether the name itself, no link followed, means the open file. False: errno tells why, EBUSY where it means another.
+bool Means(char const* path, int descriptor);
+
+// Removes a name that means the open file, and no other; false, with errno, if that was not done. Another that takes the
+// name between the look and the removal is removed in its place: no system call removes a name by what it means.
+bool RemoveIfStill(char const* path, int descriptor);
 
 // Stores why the system refused what was asked by this name; always false.
 bool FailNamed(char const* path);

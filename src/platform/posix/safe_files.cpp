@@ -13,6 +13,7 @@
 #include "platform/posix/attributes.h"
 #include "platform/posix/calls.h"
 #include "platform/posix/errors.h"
+#include "platform/posix/held_file.h"
 #include "platform/posix/name_bytes.h"
 
 namespace vfile::platform {
@@ -61,18 +62,6 @@ struct DescriptorName {
     }
 };
 
-// Whether `path` itself, no link to it, is the file that we hold.
-bool IsItself(NameBytes const& path, Handle file) {
-    struct stat named, held;
-    if (path.SystemError() != 0) return Fail(path.SystemError());
-    if (fstat(DescriptorOf(file), &held) != 0) return Fail(errno);
-    if (lstat(path.Bytes(), &named) != 0) {
-        StoreNameError(errno, path.Bytes());
-        return false;
-    }
-    return (named.st_dev == held.st_dev && named.st_ino == held.st_ino) || Fail(EBUSY);
-}
-
 bool GiveOwner(struct stat const& old, int target) {
     struct stat now;
     if (fstat(target, &now) != 0) return false;
@@ -98,7 +87,8 @@ bool TakeName(Replacement const& files, TChar const* from, TChar const* to) {
     if (files.old == InvalidHandle()) return RenameNamed(from, to);
     NameBytes const fromPath(from);
     NameBytes const toPath(to);
-    return IsItself(toPath, files.old) && (rename(fromPath.Bytes(), toPath.Bytes()) == 0 || Fail(errno));
+    if (!Means(toPath.Bytes(), DescriptorOf(files.old))) return FailNamed(toPath.Bytes());
+    return rename(fromPath.Bytes(), toPath.Bytes()) == 0 || Fail(errno);
 }
 
 }  // namespace
@@ -171,11 +161,8 @@ bool IsNameOf(TChar const* name, Handle file) {
     if (path.SystemError() != 0) return Fail(path.SystemError());
     struct stat named, held;
     if (fstat(DescriptorOf(file), &held) != 0) return Fail(errno);
-    if (stat(path.Bytes(), &named) != 0) {
-        StoreNameError(errno, path.Bytes());
-        return false;
-    }
-    return (named.st_dev == held.st_dev && named.st_ino == held.st_ino) || Fail(EBUSY);
+    if (stat(path.Bytes(), &named) != 0) return FailNamed(path.Bytes());
+    return IsSame(named, held) || Fail(EBUSY);
 }
 
 std::int64_t CountNames(Handle file) {
@@ -185,7 +172,8 @@ std::int64_t CountNames(Handle file) {
 
 bool RemoveNameOf(TChar const* name, Handle file) {
     NameBytes const path(name);
-    return IsItself(path, file) && (unlink(path.Bytes()) == 0 || Fail(errno));
+    if (path.SystemError() != 0) return Fail(path.SystemError());
+    return RemoveIfStill(path.Bytes(), DescriptorOf(file)) || FailNamed(path.Bytes());
 }
 
 // A directory that may be written but not read cannot be opened, and some file systems know no flush of it: the name is
@@ -220,7 +208,8 @@ bool PrepareReplacement(Handle fresh, Handle old, std::uint32_t& rights) {
 bool EndReplacement(Replacement const& files, ReplacementNames const& names, Standing& standing) {
     standing = Standing::kAsBefore;
     if (!GiveAll(files) || !FlushFile(files.fresh)) return false;
-    if (!IsItself(NameBytes(names.part), files.fresh)) return false;
+    NameBytes const part(names.part);
+    if (!Means(part.Bytes(), DescriptorOf(files.fresh))) return FailNamed(part.Bytes());
     bool const told = RenameNamed(names.part, names.whole);
     if (!told && LastError() != kFileExists) return false;
     if (!TakeName(files, told ? names.whole : names.part, names.target)) return false;
