@@ -117,6 +117,9 @@ TEST(HostOps, CopyIsWholeOrNothing) {
     ASSERT_TRUE(writer.Open(zoo.Name("other").c_str()));
     EXPECT_FALSE(HFile::Copy(zoo.Name("file").c_str(), zoo.Name("other").c_str(), code, true));
     EXPECT_TRUE(code == ResNoPermission && ReadWhole(zoo.Bytes("other")) == "other");
+    bool const another = chown(zoo.Bytes("file").c_str(), getuid(), 1) == 0 && geteuid() == 0;
+    EXPECT_TRUE(HFile::Copy(zoo.Name("file").c_str(), zoo.Name("new3").c_str(), false));
+    EXPECT_EQ(Mode(zoo.Bytes("new3")), another ? 0600U : 0640U) << "the group is another one";
 }
 
 constexpr struct {

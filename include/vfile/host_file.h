@@ -280,8 +280,8 @@ public:
     static bool SetReadOnly(TChar const* name, bool on);
 
     /// Copies a file, which other readers may hold meanwhile. A new target belongs to who copies and is open to nobody else
-    /// until it is whole; then it gets the source's permission bits and access list (where there can be none, bits that
-    /// give nobody more), and no set-id bits. An existing one, for which `overwrite` is asked, is emptied and keeps its own.
+    /// until it is whole; then it gets the source's permission bits and access list (where there can be none, or the
+    /// group is another, bits that give nobody more), and no set-id bits. An existing one, for which `overwrite` is asked, is emptied and keeps its own.
     /// Holes stay holes. ResAlreadyExists: it exists. ResNoPermission: also a directory, or a file onto itself, by whatever
     /// name. A copy that fails leaves no new file.
     static bool Copy(TChar const* from, TChar const* to, FileRes& code, bool overwrite);

@@ -110,7 +110,7 @@ bool GetAttributes(TChar const* name, Attributes& attributes);
 bool SetReadOnly(TChar const* name, bool on);
 
 // Copies a file whose source others may read meanwhile. A new target is held alone and is its owner's alone until it is
-// whole; then it gets the source's permission bits and access list, or the bits that give nobody more than the list did.
+// whole; then it gets the source's permission bits and access list, or, without the list or the group, bits that give nobody more.
 // It is gone when this fails; an existing one, which `overwrite` admits, keeps its own. The two names meaning the same
 // file is kSharingViolation, kFileExists without `overwrite`.
 bool CopyNamed(TChar const* from, TChar const* to, bool overwrite);

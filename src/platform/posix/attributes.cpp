@@ -151,8 +151,9 @@ bool CopyAttributeList(int from, int to, ListRights rights) {
 }
 
 bool CopyRights(int from, int to) {
-    struct stat source;
-    return fstat(from, &source) == 0 && GiveRights(from, to, source.st_mode & kPermissionBits, true);
+    struct stat source, target;
+    return fstat(from, &source) == 0 && fstat(to, &target) == 0 &&
+           GiveRights(from, to, source.st_mode & kPermissionBits, source.st_gid == target.st_gid);
 }
 
 // The owner comes first, since a change of it takes away set-id bits and capabilities.

@@ -11,7 +11,7 @@ enum class ListRights { kAll, kOwner };
 bool CopyAttributeList(int from, int to, ListRights rights = ListRights::kAll);
 
 // Gives a file that only its owner may open the permission bits and the access list of another, at once. Where the
-// list cannot be had, the bits are those that give nobody more than it did. False, with errno: not to be done.
+// list cannot be had, or the group is another, the bits are those that give nobody more. False, with errno: not to be done.
 bool CopyRights(int from, int to);
 
 // Gives such a file all that another has beside its bytes, its times too, as far as the file system and the rights of

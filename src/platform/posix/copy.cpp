@@ -76,8 +76,10 @@ public:
         OpenMode mode{Access::kWrite, kShareNone, Disposition::kCreateNew, Hint::kSequential, true};
         made_ = file_.Adopt(OpenFile(name_, mode));
         if (made_ || !overwrite || LastError() != kFileExists) return made_;
-        mode.disposition = Disposition::kOpenExisting;
-        return file_.Adopt(OpenFile(name_, mode));
+        Attributes there{};
+        if (!GetAttributes(name_, there)) return false;
+        mode.disposition = Disposition::kOpenAlways;  // the system guards what may have to be made
+        return file_.Adopt(OpenFile(name_, mode, &made_));
     }
     bool IsNew() const { return made_; }
     void Keep() { made_ = false; }
