@@ -84,8 +84,10 @@ bool RemoveOld(char const* path, struct stat const& then) {
     return CheckUntouched(path, then) && (unlink(path) == 0 || FailNamed(path));
 }
 
+// Flushed before, too: a power cut must not leave a part of a program that runs with the rights of another.
 bool Fill(Held const& source, Held const& target) {
     if (!SetPosition(source.Get(), 0) || !CopyRest(source.Get(), target.Get())) return false;
+    if (!FlushFile(target.Get())) return false;
     if (!CopyEverything(source.Descriptor(), target.Descriptor())) return Fail(errno);
     return FlushFile(target.Get());
 }

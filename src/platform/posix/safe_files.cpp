@@ -79,6 +79,8 @@ bool GiveAll(Replacement const& files) {
         if (!CopyAttributeList(DescriptorOf(files.old), target)) return Fail(errno);
         rights = old.st_mode & kModeBits;
     }
+    // A power cut must not leave a part of a program that runs with the rights of another.
+    if ((rights & (S_ISUID | S_ISGID)) != 0 && !FlushFile(files.fresh)) return false;
     return fchmod(target, rights) == 0 || Fail(errno);
 }
 
