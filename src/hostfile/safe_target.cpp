@@ -36,8 +36,10 @@ bool SafeTarget::Open(TChar const* given) {
     bool const exists = GetAttributes(given, attributes);
     if (!exists && LastError() != kFileNotFound) return false;
     if (exists && !attributes.regular) return OpenPlain(given);
-    if (!FollowLinks(given, exists, target, NamesBeside::kUnits) || !NamesCanGo(target)) return false;
-    return exists ? OpenOld(given) : OpenNew();
+    if (!FollowLinks(given, exists, target, NamesBeside::kUnits)) return false;
+    bool const namesCanGo = NamesCanGo(target);
+    if (exists) return namesCanGo && OpenOld(given);
+    return namesCanGo ? OpenNew() : OpenAdded();
 }
 
 bool SafeTarget::OpenPlain(TChar const* given) {
@@ -63,6 +65,14 @@ bool SafeTarget::OpenNew() {
     }
     Discard(fresh.Get());
     return false;
+}
+
+bool SafeTarget::OpenAdded() {
+    OpenHandle fresh;
+    way = Way::kAdded;
+    if (!fresh.Take(CreateUnnamed(target, false))) return false;
+    Adopt(fresh);
+    return true;
 }
 
 bool SafeTarget::OpenOld(TChar const* given) {
@@ -151,6 +161,8 @@ bool SafeTarget::Finish() {
     switch (way) {
         case Way::kFresh:
             return FinishFresh();
+        case Way::kAdded:
+            return FinishAdded();
         case Way::kInPlace:
             return FinishInPlace();
         case Way::kPlain:
@@ -186,6 +198,13 @@ bool SafeTarget::MoveToNamed() {
     }
     Adopt(named);
     return true;
+}
+
+// Flushed before, so that the name never means less, and once more for file systems that flush only what has a name.
+bool SafeTarget::FinishAdded() {
+    if (!FlushFile(handle) || !GiveName(handle, target)) return false;
+    committed = true;
+    return FlushFile(handle) && FlushDirectoryOf(target);
 }
 
 // Behind the flush nothing is tried again: if it fails, the copy is what there is.

@@ -4,6 +4,7 @@
 //   plain      a device or a pipe has nothing to keep
 //   fresh      the bytes go to a new file in the target's directory, its owner's alone, which at the end gets what the
 //              old one has besides its bytes, is flushed, and takes its name
+//   added      where names can only be added, a new file has none until all bytes are written, and then the target's
 //   in place   a new file could not be what the old one is: that has more names, or an owner or an access list that
 //              cannot be given. Its old bytes are put beside it first and flushed. They go when the new ones are
 //              flushed, and are put back when those fail
@@ -39,11 +40,12 @@ public:
     FileRes Commit();
 
 private:
-    enum class Way { kPlain, kFresh, kInPlace };
+    enum class Way { kPlain, kFresh, kAdded, kInPlace };
 
     bool Open(TChar const* given);
     bool OpenPlain(TChar const* given);
     bool OpenNew();
+    bool OpenAdded();
     bool OpenOld(TChar const* given);
     bool HoldOld();
     bool OpenInPlace();
@@ -56,6 +58,7 @@ private:
     bool Finish();
     bool FinishFresh();
     bool MoveToNamed();
+    bool FinishAdded();
     bool FinishInPlace();
     void TakeBack();
     bool PutBack();
