@@ -1,14 +1,7 @@
 // The clock of the library and that of the platform below it. The linker leads the system's calls through here, so
 // that no test depends on the time or changes it.
-#include <gtest/gtest.h>
-#include <vfile/clock.h>
-
-#include <cstdlib>
-#include <cstring>
-#include <ctime>
-#include <vector>
-
 #include "platform/platform.h"
+#include "support/test.h"
 
 static timespec clockShows{};
 

@@ -1,25 +1,12 @@
 // Whatever a scenario asks of the system fails in turn, once and for good, with every error there is, or falls short.
 // After each fault: what was to be changed is as before or as it should be, the code tells the reason, nothing is lost or
 // left over, and the same objects go on when the system does.
-#include <gtest/gtest.h>
-#include <vfile/char_file.h>
-#include <vfile/host_dir.h>
-#include <vfile/host_file.h>
-
-#include <algorithm>
-#include <cerrno>
-#include <climits>
-#include <cstdio>
-#include <functional>
-#include <map>
-#include <set>
-#include <thread>
-
 #include "platform/posix/errors.h"
 #include "support/access_list.h"
 #include "support/faults.h"
 #include "support/halts.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 #include "support/twin.h"
 
 namespace vfile::test {

@@ -1,14 +1,6 @@
 // Stops with their words, bounded strings, and checked conversions.
-#include <gtest/gtest.h>
-#include <vfile/bounded_strings.h>
-#include <vfile/numbers.h>
-
-#include <algorithm>
-#include <cmath>
-#include <csignal>
-#include <limits>
-
 #include "support/halts.h"
+#include "support/test.h"
 
 namespace vfile::test {
 namespace {

@@ -1,17 +1,8 @@
 // Hooks that veto, throw, read, and edit or move what they should and what they should not, in every call that changes.
-#include <gtest/gtest.h>
-#include <vfile/char_file.h>
-#include <vfile/host_file.h>
-#include <vfile/vmem.h>
-
-#include <algorithm>
-#include <set>
-#include <thread>
-#include <vector>
-
 #include "support/faults.h"
 #include "support/halts.h"
 #include "support/host_source.h"
+#include "support/test.h"
 #include "support/twin.h"
 
 namespace vfile::test {

@@ -1,16 +1,10 @@
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
-#include <vfile/host_file.h>
-
-#include <cerrno>
-#include <map>
-#include <sstream>
-#include <string>
 
 #include "platform/posix/errors.h"
 #include "support/halts.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace vfile::test {
 namespace {

@@ -1,18 +1,9 @@
 // Names as text, and those of a directory. What every buffer size makes of them, the fuzz targets names and wildcard tell.
-#include <gtest/gtest.h>
-#include <vfile/bounded_strings.h>
-#include <vfile/host_dir.h>
-#include <vfile/host_file.h>
-#include <vfile/names.h>
-
-#include <array>
-#include <map>
-#include <set>
-
 #include "hostfile/wildcard.h"
 #include "support/faults.h"
 #include "support/halts.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace vfile::test {
 namespace {

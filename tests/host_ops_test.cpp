@@ -1,18 +1,13 @@
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vfile/host_file.h>
-#include <vfile/names.h>
-
-#include <climits>
-#include <utility>
 
 #include "platform/platform.h"
 #include "support/access_list.h"
 #include "support/faults.h"
 #include "support/halts.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace vfile::test {
 namespace {

@@ -1,13 +1,7 @@
 // The checkers name what is damaged: one field at a time, put right again at once.
 #include "vmem/invariants.h"
 
-#include <gtest/gtest.h>
-#include <vfile/virtual_file.h>
-#include <vfile/vmem.h>
-
-#include <string>
-#include <type_traits>
-
+#include "support/test.h"
 #include "support/twin.h"
 #include "vfile/blk_index.h"
 

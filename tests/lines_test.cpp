@@ -1,11 +1,6 @@
 // Lines of host files, of bytes and of units, against a list that knows all line ends beforehand.
-#include <gtest/gtest.h>
-#include <vfile.h>
-#include <vfile/char_file.h>
-
-#include <vector>
-
 #include "support/cut_file.h"
+#include "support/test.h"
 
 namespace vfile::test {
 namespace {

@@ -3,21 +3,14 @@
 #include "platform/platform.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/auxv.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vfile/names.h>
-
-#include <cerrno>
-#include <csignal>
-#include <functional>
-#include <optional>
-#include <utility>
 
 #include "support/child.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
 

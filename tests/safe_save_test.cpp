@@ -1,22 +1,17 @@
 // What a safe save does to each kind of target, as root and as an ordinary user.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
-#include <vfile/names.h>
-#include <vfile/virtual_file.h>
-
-#include <future>
-#include <map>
 
 #include "hostfile/open_file.h"
 #include "hostfile/safe_target.h"
 #include "support/access_list.h"
 #include "support/child.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace vfile::test {
 namespace {

@@ -1,14 +1,9 @@
 // Text files where the fuzz target does not go: huge ones, and other character sets.
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <vfile/char_file.h>
-
-#include <cerrno>
-#include <clocale>
-#include <string>
 
 #include "support/faults.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 #include "text/codec.h"
 
 namespace vfile::test {

@@ -1,9 +1,5 @@
 // The view of a file as units: positions, reads, edits, and which of them a derived class sees.
-#include <gtest/gtest.h>
-#include <vfile.h>
-
-#include <clocale>
-#include <sstream>
+#include "support/test.h"
 
 namespace vfile::test {
 namespace {

@@ -1,10 +1,4 @@
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <string>
-#include <tuple>
-#include <vector>
-
+#include "support/test.h"
 #include "unicode/utf.h"
 
 namespace vfile::unicode {

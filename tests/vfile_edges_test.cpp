@@ -1,17 +1,10 @@
 // What the random run cannot meet: other threads and processes, and the ends of them.
-#include <gtest/gtest.h>
 #include <unistd.h>
-#include <vfile/thread.h>
-#include <vfile/virtual_file.h>
-#include <vfile/vmem.h>
-
-#include <memory>
-#include <optional>
-#include <thread>
 
 #include "support/child.h"
 #include "support/halts.h"
 #include "support/host_source.h"
+#include "support/test.h"
 #include "vfile/thread_slots.h"
 
 namespace vfile::test {

@@ -1,9 +1,7 @@
 // The typed editing forms: what each leaves of the file.
-#include <gtest/gtest.h>
-#include <vfile.h>
-
 #include "support/halts.h"
 #include "support/host_source.h"
+#include "support/test.h"
 #include "support/twin.h"
 
 namespace vfile::test {

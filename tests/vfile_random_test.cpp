@@ -1,10 +1,6 @@
 // A long random run, whose seed is printed and can be given.
-#include <cstdlib>
-#include <random>
-#include <thread>
-#include <vector>
-
 #include "support/random_run.h"
+#include "support/test.h"
 
 namespace vfile::test {
 namespace {

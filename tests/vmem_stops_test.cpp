@@ -1,13 +1,7 @@
 // What the allocator hands out; broken contracts; limits; where the swap file goes.
-#include <gtest/gtest.h>
-#include <vfile/vmem.h>
-
-#include <cstring>
-#include <functional>
-#include <random>
-
 #include "support/halts.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 #include "vmem/invariants.h"
 
 namespace vfile::test {

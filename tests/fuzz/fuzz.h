@@ -1,11 +1,7 @@
 // What every fuzz target needs: its entry, the input read piece by piece, and a check that ends the run.
 #pragma once
 
-#include <vfile/types.h>
-
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
+#include "support/test.h"
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 

@@ -1,16 +1,8 @@
 // Names in buffers of every size. Each buffer is of its own and just as large as it says, so that a sanitizer sees
 // every unit beside it.
-#include <vfile/host_file.h>
-#include <vfile/names.h>
-
-#include <algorithm>
-#include <array>
-#include <filesystem>
-#include <memory>
-#include <vector>
-
 #include "fuzz/fuzz.h"
 #include "hostfile/wildcard.h"
+#include "support/test.h"
 
 namespace vfile::test {
 namespace {

@@ -1,12 +1,7 @@
 // Runs the inputs in the given directories through the fuzz target, and small ones in as many variants as the first
 // argument says: the same in every run, some bytes of each lost, doubled or taken from elsewhere in it.
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <random>
-#include <vector>
-
 #include "fuzz/fuzz.h"
+#include "support/test.h"
 
 namespace {
 

@@ -1,10 +1,7 @@
 // Search and global replace of bytes and of units, over blocks of odd lengths, against the plain search.
-#include <vfile/char_file.h>
-
-#include <string>
-
 #include "fuzz/fuzz.h"
 #include "support/plain_search.h"
+#include "support/test.h"
 
 namespace vfile::test {
 namespace {

@@ -2,11 +2,9 @@
 // a test of its own, makes of them.
 #include <sys/mman.h>
 #include <unistd.h>
-#include <vfile/char_file.h>
-
-#include <string>
 
 #include "fuzz/fuzz.h"
+#include "support/test.h"
 #include "unicode/utf.h"
 
 namespace vfile::test {

@@ -3,7 +3,7 @@
 
 #include <sys/xattr.h>
 
-#include <string>
+#include "support/test.h"
 
 namespace vfile::test {
 

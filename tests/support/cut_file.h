@@ -2,13 +2,8 @@
 // their own.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <vfile.h>
-
-#include <random>
-#include <string>
-
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace vfile::test {
 

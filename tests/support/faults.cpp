@@ -7,13 +7,7 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cerrno>
-#include <cstdlib>
-#include <filesystem>
-#include <iterator>
-#include <new>
-#include <vector>
+#include "support/test.h"
 
 namespace vfile::test {
 

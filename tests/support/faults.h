@@ -2,9 +2,7 @@
 // linker's --wrap leads the calls through faults.cpp. Nothing is touched while no Faults lives.
 #pragma once
 
-#include <cstddef>
-#include <functional>
-#include <limits>
+#include "support/test.h"
 
 namespace vfile::test {
 

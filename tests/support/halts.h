@@ -1,12 +1,7 @@
 // Turns a halt into an exception for the length of a scope, so that a test can see its message and go on.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <vfile/halt.h>
-
-#include <string>
-#include <utility>
-#include <vector>
+#include "support/test.h"
 
 namespace vfile::test {
 

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <fcntl.h>
-#include <vfile/host_file.h>
 
 #include "support/temp_dir.h"
+#include "support/test.h"
 #include "support/twin.h"
 
 namespace vfile::test {

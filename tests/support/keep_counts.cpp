@@ -2,7 +2,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <csignal>
+#include "support/test.h"
 
 extern "C" void __gcov_dump();
 

@@ -1,13 +1,7 @@
 // What a virtual file should do, told with a plain string.
 #pragma once
 
-#include <vfile/result.h>
-#include <vfile/virtual_file.h>
-
-#include <algorithm>
-#include <cstdint>
-#include <string>
-#include <string_view>
+#include "support/test.h"
 
 namespace vfile::test {
 

@@ -1,10 +1,7 @@
 // Search told plainly, by looking at every place of a string of bytes or of 16-bit units.
 #pragma once
 
-#include <vfile/types.h>
-
-#include <algorithm>
-#include <string>
+#include "support/test.h"
 
 namespace vfile::test {
 

@@ -1,16 +1,10 @@
 // Random operations on several files of one thread, each beside its model, over a cache of one to four pages.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <vfile/virtual_file.h>
-
-#include <functional>
-#include <memory>
-#include <optional>
-
 #include "support/cut_file.h"
 #include "support/faults.h"
 #include "support/host_source.h"
+#include "support/test.h"
 #include "support/twin.h"
 #include "vfile/block.h"
 

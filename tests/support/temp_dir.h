@@ -1,15 +1,9 @@
 // A fresh directory for one test, removed with all it holds.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <vfile/names.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
+#include "support/test.h"
 
 namespace vfile::test {
 

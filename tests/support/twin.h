@@ -1,9 +1,8 @@
 // A virtual file and its model, given the same operations.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include "support/model.h"
+#include "support/test.h"
 #include "vfile/block.h"
 #include "vfile/invariants.h"
 
